@@ -1,0 +1,21 @@
+add_library(gpuprobe_flags INTERFACE)
+target_compile_options(gpuprobe_flags INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion
+                                                -Wnon-virtual-dtor -Werror)
+target_link_libraries(gpuprobe_flags INTERFACE Threads::Threads)
+if(GPUPROBE_SANITIZE)
+  target_compile_options(gpuprobe_flags INTERFACE -fsanitize=address,undefined
+                                                  -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(gpuprobe_flags INTERFACE -fsanitize=address,undefined)
+endif()
+
+# One static library per folder: gpuprobe_layer(<folder> SOURCES ... USES <folders>).
+# Only the folder itself and what it USES is on the include path.
+function(gpuprobe_layer name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;USES" ${ARGN})
+  add_library(gpuprobe_${name} STATIC ${ARG_SOURCES})
+  target_include_directories(gpuprobe_${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
+  target_link_libraries(gpuprobe_${name} PRIVATE gpuprobe_flags)
+  foreach(used IN LISTS ARG_USES)
+    target_link_libraries(gpuprobe_${name} PUBLIC gpuprobe_${used})
+  endforeach()
+endfunction()
