@@ -1,0 +1,137 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "FakeGL.h"
+#include "core/Exceptions.h"
+#include "ogl/ExtensionManager.h"
+#include "ogl/Framebuffer.h"
+#include "ogl/OpenGLInterceptor.h"
+#include "ogl/ScopedContextWrapper.h"
+#include "ogl/Texture2D.h"
+
+using ZOR::OGL::Context;
+using ZOR::OGL::ContextOffscreen;
+using ZOR::OGL::ExtensionManager;
+using ZOR::OGL::OpenGLInterceptor;
+using ZOR::OGL::ScopedContextWrapper;
+
+TEST(Context, EachContextHasItsOwnEntryPointsAndExtensions) {
+  FakeGL gl;
+  ContextOffscreen first(gl.devices[0]);
+  first.makeCurrent();
+  OpenGLInterceptor& firstCalls = OpenGLInterceptor::Instance();
+  gl.version = "1.4";
+  ContextOffscreen second(gl.devices[0]);
+  second.makeCurrent();
+  EXPECT_NE(&OpenGLInterceptor::Instance(), &firstCalls);
+  EXPECT_FALSE(ExtensionManager::Instance()->isSupported(5));
+  first.makeCurrent();
+  EXPECT_EQ(&OpenGLInterceptor::Instance(), &firstCalls);
+  EXPECT_TRUE(ExtensionManager::Instance()->isSupported(5));
+}
+
+TEST(Context, LoadsOnceAndLeavesNoErrorPending) {
+  FakeGL gl;
+  ContextOffscreen context(gl.devices[0]);
+  context.makeCurrent();
+  const size_t calls = gl.calls.size();
+  context.makeCurrent();
+  EXPECT_EQ(gl.calls.size(), calls);
+  EXPECT_EQ(gl.pendingError, static_cast<GLenum>(GL_NO_ERROR));
+}
+
+TEST(Context, ScopePutsBackWhatWasCurrent) {
+  FakeGL gl;
+  ContextOffscreen outer(gl.devices[0]), inner(gl.devices[0]);
+  {
+    const ScopedContextWrapper scope(true);
+    outer.makeCurrent();
+    const ExtensionManager* outerExtensions = ExtensionManager::Instance();
+    const void* outerNative = gl.current;
+    {
+      const ScopedContextWrapper innerScope(true);
+      inner.makeCurrent();
+      EXPECT_NE(gl.current, outerNative);
+    }
+    EXPECT_EQ(gl.current, outerNative);
+    EXPECT_EQ(ExtensionManager::Instance(), outerExtensions);
+  }
+  EXPECT_EQ(gl.current, nullptr);
+  EXPECT_EQ(ExtensionManager::Instance(), nullptr);
+  EXPECT_THROW(OpenGLInterceptor::Instance(), ZOR::LogicalException);
+}
+
+TEST(Context, DestroyedContextIsNoLongerCurrent) {
+  FakeGL gl;
+  {
+    ContextOffscreen context(gl.devices[0]);
+    context.makeCurrent();
+    EXPECT_EQ(gl.contextsAlive, 1);
+  }
+  EXPECT_EQ(gl.contextsAlive, 0);
+  EXPECT_EQ(ExtensionManager::Instance(), nullptr);
+}
+
+TEST(Context, DisplayDevices) {
+  FakeGL gl;
+  gl.devices = {{"a", "A", "0"}, {"b", "B", "1"}};
+  EXPECT_EQ(Context::NumDisplayDevice(), 2U);
+  ZOR::OGL::DisplayDeviceKey key;
+  EXPECT_TRUE(Context::DisplayDevice(1, key));
+  EXPECT_EQ(key.deviceString, "B");
+  EXPECT_FALSE(Context::DisplayDevice(2, key));
+  EXPECT_EQ(Context::PrimaryDisplayDevice().deviceName, "a");
+}
+
+TEST(Interceptor, MissingFunctionThrowsItsName) {
+  FakeGL gl;
+  gl.lacking = {"glFogi"};
+  ContextOffscreen context(gl.devices[0]);
+  context.makeCurrent();
+  try {
+    OpenGLInterceptor::Instance().glFogi(ZOR_HERE, GL_FOG_MODE, 1);
+    FAIL();
+  } catch (const ZOR::LogicalException& e) {
+    EXPECT_STREQ(e.message(), "glFogi is not offered by the driver");
+  }
+}
+
+TEST(Interceptor, TraceSeesTheCallersPlace) {
+  FakeGL gl;
+  ContextOffscreen context(gl.devices[0]);
+  context.makeCurrent();
+  static std::vector<std::string> trace;
+  ZOR::OGL::traceHook = [](const char* name, const char* file, int line) {
+    trace.push_back(std::string(name) + ' ' + file + ' ' + std::to_string(line));
+  };
+  OpenGLInterceptor::Instance().glEnd("somewhere.cpp", 77);
+  ZOR::OGL::traceHook = nullptr;
+  EXPECT_EQ(trace, std::vector<std::string>{"glEnd somewhere.cpp 77"});
+}
+
+TEST(Framebuffer, TakesTheFunctionsThatTheDriverHas) {
+  const struct {
+    const char* version;
+    const char* extension;
+    const char* call;
+  } cases[] = {
+      {"3.0", "", "glGenFramebuffers(1, ptr)"},
+      {"2.1", "GL_ARB_framebuffer_object", "glGenFramebuffers(1, ptr)"},
+      {"2.1", "GL_EXT_framebuffer_object", "glGenFramebuffersEXT(1, ptr)"},
+      {"2.1", "", nullptr},
+  };
+  for (const auto& c : cases) {
+    FakeGL gl;
+    gl.version = c.version;
+    gl.extensions = {c.extension};
+    ContextOffscreen context(gl.devices[0]);
+    context.makeCurrent();
+    if (!c.call) {
+      EXPECT_THROW(ZOR::OGL::Framebuffer(), ZOR::LogicalException);
+      continue;
+    }
+    { ZOR::OGL::Framebuffer framebuffer; }
+    EXPECT_EQ(std::count(gl.calls.begin(), gl.calls.end(), c.call), 1) << c.version;
+  }
+}

@@ -1,0 +1,16 @@
+#include <dlfcn.h>
+
+#include "core/DynamicLibrary.h"
+#include "core/Exceptions.h"
+
+namespace ZOR::Core {
+
+DynamicLibrary::DynamicLibrary(const char* name) : fHandle(dlopen(name, RTLD_NOW | RTLD_LOCAL)) {
+  if (!fHandle) throw LogicalException(dlerror());
+}
+
+EntryPoint DynamicLibrary::symbol(const char* name) const {
+  return reinterpret_cast<EntryPoint>(dlsym(fHandle, name));
+}
+
+}  // namespace ZOR::Core

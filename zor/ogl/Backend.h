@@ -1,0 +1,51 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "core/DynamicLibrary.h"
+#include "ogl/DisplayDeviceKey.h"
+
+namespace ZOR::OGL {
+
+/// A context of the window system's binding. Destroying it releases it, current or not.
+class NativeContext {
+ public:
+  virtual ~NativeContext() = default;
+
+  /// Throws LogicalException that names the failing call.
+  virtual void makeCurrent() = 0;
+  /// The driver's name as the binding gives it; empty where it gives none.
+  virtual std::string driverName() const { return {}; }
+};
+
+/// The window system's OpenGL binding (EGL or WGL), and the seam at which tests put their own.
+class Backend {
+ public:
+  virtual ~Backend() = default;
+
+  /// Opens the binding's library. Throws LogicalException. Repeatable; the other operations
+  /// do it themselves when it was not done.
+  virtual void initialize() = 0;
+  virtual std::vector<DisplayDeviceKey> displayDevices() = 0;
+  /// The device that programs get by default; throws LogicalException when there is none.
+  virtual DisplayDeviceKey primaryDisplayDevice() = 0;
+  /// A compatibility-profile context; throws LogicalException that names the failing call.
+  virtual std::unique_ptr<NativeContext> createContext(const DisplayDeviceKey& key) = 0;
+  /// Notes what is current on this thread; the result puts it back and never throws.
+  virtual std::function<void()> saveCurrent() = 0;
+  /// An OpenGL function for the current context, or null.
+  virtual Core::EntryPoint entryPoint(const char* name) = 0;
+
+  /// The system's, unless replaced.
+  static Backend& Instance();
+  /// Null puts the system's back. The caller keeps the ownership.
+  static void Replace(Backend* backend);
+};
+
+/// Defined once per platform, beside its backend.
+Backend& SystemBackend();
+
+}  // namespace ZOR::OGL

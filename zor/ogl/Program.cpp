@@ -1,0 +1,90 @@
+#include "ogl/Program.h"
+
+#include <string>
+
+#include "ogl/ExtensionManager.h"
+#include "ogl/OpenGLInterceptor.h"
+
+namespace ZOR::OGL {
+namespace {
+
+/// Deletes the shader at the end of the scope; a program that it was attached to keeps it alive.
+class ShaderScope {
+ public:
+  explicit ShaderScope(GLenum type)
+      : fShader(OpenGLInterceptor::Instance().glCreateShader(ZOR_HERE, type)) {
+    if (fShader == 0) throw LogicalException("glCreateShader failed");
+  }
+  ~ShaderScope() {
+    deleteQuietly([this](const OpenGLInterceptor& gl) { gl.glDeleteShader(ZOR_HERE, fShader); });
+  }
+  ShaderScope(const ShaderScope&) = delete;
+  ShaderScope& operator=(const ShaderScope&) = delete;
+
+  GLuint id() const { return fShader; }
+
+ private:
+  GLuint fShader;
+};
+
+/// Both kinds of object answer with the same pair of functions.
+template <class GetInteger, class GetLog>
+std::string informationLog(GLuint object, const GetInteger& getInteger, const GetLog& getLog) {
+  GLint size = 0;
+  getInteger(ZOR_HERE, object, GL_INFO_LOG_LENGTH, &size);
+  if (size <= 1) return "no information log";
+  std::string log(static_cast<size_t>(size), '\0');
+  GLsizei length = 0;
+  getLog(ZOR_HERE, object, size, &length, log.data());
+  log.resize(static_cast<size_t>(length));
+  return log;
+}
+
+}  // namespace
+
+Program::Program() {
+  // Asked first, because a call that the driver does not know may leave a GL error pending.
+  const ExtensionManager* extensions = ExtensionManager::Instance();
+  if (!extensions || !extensions->isSupported(Version_2_0))
+    throw LogicalException("a GLSL program needs OpenGL 2.0");
+  fProgram = OpenGLInterceptor::Instance().glCreateProgram(ZOR_HERE);
+  if (fProgram == 0) throw LogicalException("glCreateProgram failed");
+}
+
+Program::~Program() {
+  deleteQuietly([this](const OpenGLInterceptor& gl) { gl.glDeleteProgram(ZOR_HERE, fProgram); });
+}
+
+void Program::loadVertexShader(int count, const char* const* strings, const int* lengths) {
+  loadShader(GL_VERTEX_SHADER, count, strings, lengths);
+}
+
+void Program::loadFragmentShader(int count, const char* const* strings, const int* lengths) {
+  loadShader(GL_FRAGMENT_SHADER, count, strings, lengths);
+}
+
+void Program::loadShader(unsigned type, int count, const char* const* strings, const int* lengths) {
+  const OpenGLInterceptor& gl = OpenGLInterceptor::Instance();
+  const ShaderScope shader(type);
+  gl.glShaderSource(ZOR_HERE, shader.id(), count, strings, lengths);
+  gl.glCompileShader(ZOR_HERE, shader.id());
+  GLint compiled = GL_FALSE;
+  gl.glGetShaderiv(ZOR_HERE, shader.id(), GL_COMPILE_STATUS, &compiled);
+  if (compiled != GL_TRUE)
+    throw LogicalException("glCompileShader: " +
+                           informationLog(shader.id(), gl.glGetShaderiv, gl.glGetShaderInfoLog));
+  gl.glAttachShader(ZOR_HERE, fProgram, shader.id());
+}
+
+bool Program::link(bool mustLink) {
+  const OpenGLInterceptor& gl = OpenGLInterceptor::Instance();
+  gl.glLinkProgram(ZOR_HERE, fProgram);
+  GLint linked = GL_FALSE;
+  gl.glGetProgramiv(ZOR_HERE, fProgram, GL_LINK_STATUS, &linked);
+  if (linked != GL_TRUE && mustLink)
+    throw LogicalException("glLinkProgram: " +
+                           informationLog(fProgram, gl.glGetProgramiv, gl.glGetProgramInfoLog));
+  return linked == GL_TRUE;
+}
+
+}  // namespace ZOR::OGL
