@@ -1,0 +1,31 @@
+#pragma once
+
+#include <boost/shared_ptr.hpp>
+
+#include "ogl/Context.h"
+#include "ogl/ExtensionManager.h"
+#include "ogl/ScopedContextWrapper.h"
+
+/// Makes a GPU's context current for the length of one question; the end of the scope puts the
+/// previous one back. Throws ZOR::LogicalException when the context can't be made current.
+class GLContextScope {
+ public:
+  explicit GLContextScope(const boost::shared_ptr<ZOR::OGL::Context>& context);
+
+ private:
+  boost::shared_ptr<ZOR::OGL::ScopedContextWrapper> fWrapper;
+  const boost::shared_ptr<ZOR::OGL::Context>& fContext;
+};
+
+/// The same for questions about extensions.
+class GLExtensionScope : public GLContextScope {
+ public:
+  /// A missing extension set is reported, not thrown: the question goes on.
+  explicit GLExtensionScope(const boost::shared_ptr<ZOR::OGL::Context>& context);
+
+  /// False for everything when the extension set is missing.
+  bool isSupported(unsigned extension) const;
+
+ private:
+  const ZOR::OGL::ExtensionManager* fExtensions;
+};

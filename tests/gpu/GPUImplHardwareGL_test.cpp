@@ -1,0 +1,264 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <boost/make_shared.hpp>
+
+#include "FakeGL.h"
+#include "GPUImplHardware.h"
+#include "ReportFailure.h"
+#include "core/Exceptions.h"
+
+namespace {
+
+/// The open slots filled with nothing, so that the hardware's own can be asked.
+class Hardware : public GPUImplHardware {
+ public:
+  GPUList DoGetGPUs() override { return {}; }
+  unsigned DoGetGLMemoryMB() override { return 0; }
+  unsigned DoGetGLVendorID() override { return 0; }
+  std::string DoGetGLDriverVersion() override { return {}; }
+  unsigned DoGetGLRendererID() override { return 0; }
+  GPUList DoGetNativeGPUs() override { return {}; }
+  std::string DoGetNativeName() override { return {}; }
+};
+
+std::vector<std::string> reported;
+
+class GPUImplHardwareGL : public testing::Test {
+ protected:
+  void SetUp() override {
+    reported.clear();
+    reportSink = [](const std::string& text) { reported.push_back(text); };
+  }
+  void TearDown() override { reportSink = fOldSink; }
+
+  /// Makes the context and forgets the calls of loading.
+  void open() {
+    impl.glContext = boost::make_shared<ZOR::OGL::ContextOffscreen>(gl.devices[0]);
+    impl.DoGLIsExtensionSupported(0);
+    gl.calls.clear();
+  }
+
+  FakeGL gl;
+  Hardware impl;
+
+ private:
+  ReportSink fOldSink = reportSink;
+};
+
+std::string thrownBy(const std::function<void()>& question) {
+  try {
+    question();
+  } catch (const std::runtime_error& e) {
+    return e.what();
+  }
+  return "nothing thrown";
+}
+
+constexpr char kPendingError[] = "Failed requirement: glStatus == GL_NO_ERROR";
+
+TEST_F(GPUImplHardwareGL, VersionIsTheHighestSupported) {
+  const struct {
+    const char* version;
+    const char* answer;
+  } cases[] = {{"1.2", "1.2"}, {"1.2.1", "1.2"}, {"1.3", "1.3"}, {"2.0", "2.0"}, {"2.1", "2.1"},
+               {"3.3", "3.3"}, {"4.0", "4.0"},   {"4.1", "4.1"}, {"4.6", "4.1"}};
+  for (const auto& c : cases) {
+    gl.version = c.version;
+    open();
+    EXPECT_EQ(impl.DoGetGLVersion(), c.answer);
+  }
+  gl.version = "1.1";
+  open();
+  EXPECT_EQ(thrownBy([&] { impl.DoGetGLVersion(); }), "Cannot determine OGL version");
+  EXPECT_TRUE(reported.empty());
+}
+
+TEST_F(GPUImplHardwareGL, MissingExtensionSetIsReportedAndAnswersFalse) {
+  class Nowhere : public ZOR::OGL::Context {
+    void makeCurrent() override {}
+  };
+  impl.glContext = boost::make_shared<Nowhere>();
+  EXPECT_FALSE(impl.DoHasGLNPOTSupport());
+  EXPECT_EQ(thrownBy([&] { impl.DoGetGLVersion(); }), "Cannot determine OGL version");
+  EXPECT_EQ(reported,
+            std::vector<std::string>(2, "ZOR::OGL::ExtensionManager::Instance() returned NULL"));
+}
+
+TEST_F(GPUImplHardwareGL, PlainQueries) {
+  gl.strings[GL_VENDOR] = "Larkspan \"Labs\"";
+  gl.integers[GL_MAX_RECTANGLE_TEXTURE_SIZE_ARB] = 16384;
+  gl.integers[GL_MAX_PROGRAM_INSTRUCTIONS_ARB] = 512;
+  gl.extensions = {"GL_ARB_texture_non_power_of_two"};
+  open();
+  EXPECT_EQ(impl.DoGetGLVendor(), "Larkspan \"Labs\"");
+  EXPECT_EQ(impl.DoGetGLName(), "");  // the driver's null
+  EXPECT_EQ(impl.DoGLGetString(GL_RENDERER), nullptr);
+  EXPECT_EQ(impl.DoGetGLRectTextureSize(), 16384U);
+  EXPECT_TRUE(impl.DoHasGLNPOTSupport());
+  int value = 0;
+  impl.DoGLGetProgramivARB(GL_FRAGMENT_PROGRAM_ARB, GL_MAX_PROGRAM_INSTRUCTIONS_ARB, &value);
+  EXPECT_EQ(value, 512);
+  EXPECT_EQ(gl.current, nullptr) << "a question left its context current";
+}
+
+TEST_F(GPUImplHardwareGL, PendingErrorEndsTheQuestionOnce) {
+  open();
+  int value = 0;
+  const std::pair<const char*, std::function<void()>> questions[] = {
+      {"glGetString", [&] { impl.DoGLGetString(GL_VENDOR); }},
+      {"glGetIntegerv", [&] { impl.DoGLGetIntegerv(1, &value); }},
+      {"glGetProgramivARB", [&] { impl.DoGLGetProgramivARB(1, 2, &value); }},
+  };
+  for (const auto& [function, question] : questions) {
+    reported.clear();
+    gl.errorAfter = {{function, GL_INVALID_ENUM}};
+    EXPECT_EQ(thrownBy(question), kPendingError) << function;
+    EXPECT_EQ(reported, std::vector<std::string>{kPendingError});
+    EXPECT_EQ(value, 0);
+    gl.errorAfter.clear();
+    EXPECT_EQ(thrownBy(question), "nothing thrown") << "the error was not taken";
+  }
+}
+
+TEST_F(GPUImplHardwareGL, GLSLProgramsAreJoinedWithNothingBetween) {
+  open();
+  EXPECT_TRUE(impl.DoCompileProgramGLSL());
+  const size_t end = gl.sources.find('\n');
+  const std::string vertex = gl.sources.substr(0, end);
+  const std::string fragment = gl.sources.substr(end + 1);
+  EXPECT_EQ(vertex,
+            "void V_Sampler(void){}void V_Trackmatte(void){}"
+            "void V_Blend(void){gl_TexCoord[1] = gl_MultiTexCoord1;}"
+            "void V_Texture(void){gl_TexCoord[0] = gl_MultiTexCoord0;}"
+            "void V_Position(void){gl_Position = ftransform();}"
+            "void main(void){V_Sampler();V_Texture();V_Blend();V_Trackmatte();V_Position();}");
+  std::string taps;
+  for (char i = '0'; i <= '8'; ++i) {
+    const std::string index = std::string("[") + i + ']';
+    taps += "tex_coord = gl_TexCoord[0].st + sample_scale * offset_y" + index + " * duvdy;" +
+            "tex_coord += sample_scale * offset_x" + index + " * duvdx;" + "color += weight" +
+            index + " * texture2D(layer_texture, tex_coord);" + "sum_wt += weight" + index + ";";
+  }
+  EXPECT_EQ(fragment,
+            "uniform sampler2D layer_texture;uniform float offset_x[9];uniform float offset_y[9];"
+            "uniform float weight[9];uniform float sample_scale; void F_Sampler(out vec4 color){"
+            "vec2 tex_coord;vec2 duvdx,duvdy;float ht, wt;int i,j;float sum_wt = 0.0;"
+            "color = vec4(0.0);vec2 texture_coord_2d = gl_TexCoord[0].st;duvdx = vec2(1.0, 1.0);"
+            "duvdy = vec2(1.0, 1.0);" +
+                taps +
+                "color /= sum_wt;}void F_TrackMatte(inout vec4 color){}"
+                "void F_PreserveAlpha(in vec4 background, inout vec4 foreground){}"
+                "void F_Matte(inout vec4 color){}void F_Dematte(inout vec4 color){}"
+                "uniform sampler2D background_texture;void F_Blend(inout vec4 color){vec4 bg;"
+                "bg = texture2DProj(background_texture, gl_TexCoord[1]);F_Matte(bg);"
+                "color.rgb = color.rgb + (1.0 - color.a) * bg.rgb;"
+                "color.a += (1.0 - color.a) * bg.a;F_Dematte(color);F_PreserveAlpha(bg, color);}"
+                "void main(void){vec4 color = vec4(0.0);F_Sampler(color);F_TrackMatte(color);"
+                "F_Blend(color);gl_FragColor = color;}\n");
+  EXPECT_THAT(gl.calls, testing::Contains("glShaderSource(2, 13, null)"));
+  EXPECT_THAT(gl.calls, testing::Contains("glShaderSource(3, 76, null)"));
+}
+
+TEST_F(GPUImplHardwareGL, GLSLRefusedByTheDriverIsFalse) {
+  gl.informationLog = "0:1: not today";
+  open();
+  gl.shaderStatus = GL_FALSE;
+  EXPECT_FALSE(impl.DoCompileProgramGLSL());
+  gl.shaderStatus = GL_TRUE;
+  gl.linkStatus = GL_FALSE;
+  EXPECT_FALSE(impl.DoCompileProgramGLSL());
+  gl.version = "1.5";
+  open();
+  EXPECT_FALSE(impl.DoCompileProgramGLSL());
+  EXPECT_TRUE(gl.calls.empty()) << "a call that the driver does not know leaves an error";
+  EXPECT_TRUE(reported.empty());
+}
+
+TEST_F(GPUImplHardwareGL, RenderTestMakesExactlyTheseCalls) {
+  open();
+  EXPECT_TRUE(impl.DoGLFramebufferOK());
+  const std::vector<std::string> expected = {
+      "glGenTextures(1, ptr)",
+      "glBindTexture(3553, 1)",
+      "glTexParameteri(3553, 10241, 9729)",
+      "glTexImage2D(3553, 0, 32856, 32, 32, 0, 6408, 5121, null)",
+      "glBindTexture(3553, 0)",
+      "glGenFramebuffers(1, ptr)",
+      "glMatrixMode(5889)",
+      "glPushMatrix()",
+      "glLoadIdentity()",
+      "glMatrixMode(5888)",
+      "glPushMatrix()",
+      "glLoadIdentity()",
+      "glMatrixMode(5888)",
+      "glPopMatrix()",
+      "glMatrixMode(5889)",
+      "glPopMatrix()",
+      "glRotatef(10.00, 0.000, 0.000, 0.000)",
+      "glTranslatef(0.000, 0.000, 0.000)",
+      "glColor4f(1.000, 1.000, 1.000, 1.000)",
+      "glScalef(1.000, 1.000, 1.000)",
+      "glBindFramebuffer(36160, 2)",
+      "glFramebufferTexture2D(36160, 36064, 3553, 1, 0)",
+      "glClearColor(255.0, 255.0, 255.0, 255.0)",
+      "glClear(16384)",
+      "glFogfv(2918, 255 255 255 255)",
+      "glEnable(2912)",
+      "glEnable(3456)",
+      "glEnable(2977)",
+      "glEnable(3042)",
+      "glEnable(34037)",
+      "glFogf(2915, 0.000)",
+      "glFogf(2916, 0.000)",
+      "glFogi(2917, 9729)",
+      "glHint(3156, 4354)",
+      "glEnable(3042)",
+      "glBlendFunc(770, 771)",
+      "glClearDepth(1.000)",
+      "glViewport(0, 0, 100, 100)",
+      "glBegin(7)",
+      "glMultiTexCoord2i(33984, 0, 0)",
+      "glVertex3f(0.000, 0.000, 0.000)",
+      "glMultiTexCoord2i(33984, 100, 0)",
+      "glVertex3f(100.0, 0.000, 0.000)",
+      "glMultiTexCoord2i(33984, 100, 100)",
+      "glVertex3f(100.0, 100.0, 0.000)",
+      "glMultiTexCoord2i(33984, 0, 100)",
+      "glVertex3f(0.000, 100.0, 0.000)",
+      "glEnd()",
+      "glBegin(7)",
+      "glTexCoord2i(100, 0)",
+      "glVertex2i(100, 100)",
+      "glTexCoord2i(0, 0)",
+      "glVertex2i(0, 100)",
+      "glTexCoord2i(0, 100)",
+      "glVertex2i(0, 0)",
+      "glTexCoord2i(100, 100)",
+      "glVertex2i(100, 0)",
+      "glEnd()",
+      "glDisable(2912)",
+      "glDisable(2896)",
+      "glDisable(34037)",
+      "glBindFramebuffer(36160, 0)",
+      "glGetError()",
+      "glDeleteFramebuffers(1, ptr)",
+      "glDeleteTextures(1, ptr)"};
+  EXPECT_EQ(gl.calls, expected);
+}
+
+TEST_F(GPUImplHardwareGL, RenderTestIsFalseAtAnyPendingError) {
+  open();
+  gl.pendingError = GL_INVALID_VALUE;  // left by somebody else
+  EXPECT_FALSE(impl.DoGLFramebufferOK());
+  for (const char* call : {"glTexImage2D", "glClear", "glEnable", "glBindFramebuffer"}) {
+    gl.errorAfter = {{call, GL_INVALID_OPERATION}};
+    EXPECT_FALSE(impl.DoGLFramebufferOK()) << call;
+  }
+  gl.errorAfter.clear();
+  EXPECT_TRUE(impl.DoGLFramebufferOK());
+  EXPECT_TRUE(reported.empty()) << "a verdict is no failure";
+}
+
+}  // namespace
