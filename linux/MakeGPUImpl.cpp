@@ -1,0 +1,7 @@
+#include <boost/make_shared.hpp>
+
+#include "GPUImplLinux.h"
+
+boost::shared_ptr<GPUImpl> MakeGPUImpl() {
+  return boost::make_shared<GPUImplLinux>();
+}
