@@ -1,0 +1,3 @@
+#include "ocl/EntryPoints.h"
+
+const char* const ZOR::OCL::kLoaderLibrary = "libOpenCL.so.1";
