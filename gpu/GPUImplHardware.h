@@ -1,7 +1,13 @@
 #pragma once
 
+#include <array>
+
 #include "GPUImpl.h"
+#include "ocl/CommandQueue.h"
 #include "ogl/Context.h"
+
+/// One slot for each copy of a bandwidth batch.
+using CLCopyEvents = std::array<ZOR::OCL::ScopedEvent, 10>;
 
 /// The answers that OpenGL and OpenCL give by themselves. A platform's implementation derives from
 /// it and adds what only the system knows.
@@ -41,8 +47,20 @@ class GPUImplHardware : public GPUImpl {
 
   /// The GPU's context; empty until the enumeration of OpenGL GPUs fills it.
   boost::shared_ptr<ZOR::OGL::Context> glContext;
+  /// The GPU's OpenCL device; none until the enumeration of OpenCL GPUs assigns it.
+  ZOR::OCL::Device clDevice;
 
  protected:
   /// A driver's text as a string; null is empty.
   std::string glText(unsigned name);
+
+ private:
+  /// Best rate of at most ten batches of copies, in bytes per second; 0.0 when no batch gave a
+  /// time.
+  double checkBandwidthCL(const ZOR::OCL::Context& context, const ZOR::OCL::CommandQueue& queue);
+  /// Device seconds of one batch; what was summed so far, mostly 0.0, when it failed.
+  double timeBandwidthCL(const ZOR::OCL::CommandQueue& queue, cl_mem source, cl_mem destination,
+                         CLCopyEvents& events);
+  /// Device seconds of the test kernel.
+  double MeasureCLCompute(const ZOR::OCL::Context& context, const ZOR::OCL::CommandQueue& queue);
 };

@@ -1,51 +1,93 @@
-#include "GPUImplHardware.h"
-#include "core/Exceptions.h"
+#include <boost/make_shared.hpp>
 
-// ZOR::OCL::Library says that OpenCL is not available in this build, so no record reaches these.
+#include "CLMeasurement.h"
+#include "CLPlatformVersion.h"
+#include "GPU.h"
+#include "GPUImplHardware.h"
+#include "ReportFailure.h"
+#include "ocl/Platform.h"
+#include "ocl/ReadText.h"
+
+using namespace ZOR::OCL;
+
 namespace {
 
-[[noreturn]] void notAvailable() {
-  throw ZOR::LogicalException("OpenCL is not available");
+/// Drivers are known to count bytes behind the terminator in.
+std::string cutAtNul(const std::string& text) {
+  return text.c_str();
+}
+
+cl_int deviceInfo(const Device& device, cl_device_info property, size_t size, void* value,
+                  size_t* sizeNeeded) {
+  return CL().clGetDeviceInfo(device.handle(), property, size, value, sizeNeeded);
+}
+
+/// A failing driver ends the question with its own failure text.
+std::string deviceText(const Device& device, cl_device_info property, const char* failureText) {
+  std::string text;
+  const auto query = [&](size_t size, void* value, size_t* sizeNeeded) {
+    return deviceInfo(device, property, size, value, sizeNeeded);
+  };
+  if (ReadText(query, text) != CL_SUCCESS) FailRequirement(failureText);
+  return cutAtNul(text);
+}
+
+boost::shared_ptr<GPU> makeCLGPU(const Device& device) {
+  const auto impl = boost::dynamic_pointer_cast<GPUImplHardware>(MakeGPUImpl());
+  impl->clDevice = device;
+  return boost::make_shared<CLGPU>(impl);
 }
 
 }  // namespace
 
 GPUList GPUImplHardware::DoGetCLGPUs() {
-  notAvailable();
+  GPUList gpus;
+  for (const Platform& platform : platforms())
+    for (const Device& device : platform.devices(CL_DEVICE_TYPE_GPU))
+      gpus.push_back(makeCLGPU(device));
+  return gpus;
 }
+
 std::string GPUImplHardware::DoGetCLPlatformVersion() {
-  notAvailable();
+  return SplitPlatformVersion(clDevice.platform().version()).platform;
 }
-unsigned GPUImplHardware::DoGetCLMemoryMB() {
-  notAvailable();
-}
-std::string GPUImplHardware::DoGetCLName() {
-  notAvailable();
-}
-std::string GPUImplHardware::DoGetCLVendor() {
-  notAvailable();
-}
-unsigned GPUImplHardware::DoGetCLVendorID() {
-  notAvailable();
-}
-std::string GPUImplHardware::DoGetCLDriverVersion() {
-  notAvailable();
-}
-bool GPUImplHardware::DoIsCUDASupported() {
-  notAvailable();
-}
+
 std::string GPUImplHardware::DoGetCUDAVersion() {
-  notAvailable();
+  return SplitPlatformVersion(clDevice.platform().version()).cuda;
 }
-double GPUImplHardware::DoGetCLBandwidth() {
-  notAvailable();
+
+bool GPUImplHardware::DoIsCUDASupported() {
+  return !DoGetCUDAVersion().empty();
 }
-double GPUImplHardware::DoGetCLCompute() {
-  notAvailable();
+
+unsigned GPUImplHardware::DoGetCLMemoryMB() {
+  return static_cast<unsigned>(clDevice.getInfo<cl_ulong>(CL_DEVICE_GLOBAL_MEM_SIZE) >> 20);
 }
+
+std::string GPUImplHardware::DoGetCLName() {
+  return cutAtNul(clDevice.name());
+}
+
+std::string GPUImplHardware::DoGetCLVendor() {
+  return cutAtNul(clDevice.vendor());
+}
+
+unsigned GPUImplHardware::DoGetCLVendorID() {
+  return clDevice.getInfo<cl_uint>(CL_DEVICE_VENDOR_ID);
+}
+
+std::string GPUImplHardware::DoGetCLDriverVersion() {
+  return deviceText(clDevice, CL_DRIVER_VERSION, "clGetDeviceInfo failed");
+}
+
 std::string GPUImplHardware::DoGetCLDeviceVersion() {
-  notAvailable();
+  return WithoutOpenCL(
+      deviceText(clDevice, CL_DEVICE_VERSION, "Failed requirement: status == CL_SUCCESS"));
 }
+
 bool GPUImplHardware::DoIsIntegratedCLGPU() {
-  notAvailable();
+  cl_bool unified = CL_FALSE;
+  const cl_int status =
+      deviceInfo(clDevice, CL_DEVICE_HOST_UNIFIED_MEMORY, sizeof unified, &unified, nullptr);
+  return status == CL_SUCCESS && unified != CL_FALSE;
 }
