@@ -1,0 +1,140 @@
+// Makes chosen calls go wrong, for tests:
+//
+//   CL_FAULT=clFinish:2:-5          the second clFinish returns -5 without reaching the driver
+//   CL_FAULT=clFinish:2:sleep=500   it sleeps 500 milliseconds first
+//   CL_FAULT=clFinish:2:crash       it ends the process with a null pointer
+//   CL_FAULT=clFinish:*:-5          every one
+//   CL_FAULT=clGetDeviceInfo:1:size=0  it answers a size of 0 in place of the driver's
+//   CL_FAULT_COUNTS=FILE            at exit, one line "function calls faults" for each function
+//
+// The number counts the calls of that function in this process, from 1.
+
+#include <chrono>
+#include <cstdint>
+#include <cstdlib>
+#include <fstream>
+#include <string>
+#include <thread>
+#include <tuple>
+
+#include "Layer.h"
+#include "ocl/EntryPoints.h"
+
+namespace {
+
+cl_icd_dispatch next;
+
+struct Fault {
+  std::string function;
+  unsigned long call = 0;  // 0 is every one
+  std::string action;
+};
+
+Fault readFault() {
+  const char* text = std::getenv("CL_FAULT");
+  if (!text) return {};
+  const std::string all = text;
+  const size_t first = all.find(':'), second = all.find(':', first + 1);
+  if (second == std::string::npos) std::abort();
+  return {all.substr(0, first), std::strtoul(all.c_str() + first + 1, nullptr, 10),
+          all.substr(second + 1)};
+}
+
+const Fault& fault() {
+  static const Fault read = readFault();
+  return read;
+}
+
+bool takes(const std::string& action, std::string& argument) {
+  if (fault().action.compare(0, action.size(), action) != 0) return false;
+  argument = fault().action.substr(action.size());
+  return true;
+}
+
+[[noreturn]] void crash() {
+  volatile int* nowhere = nullptr;
+  *nowhere = 1;
+  std::abort();
+}
+
+template <class... Arguments>
+auto lastOf(Arguments... arguments) {
+  return std::get<sizeof...(arguments) - 1>(std::make_tuple(arguments...));
+}
+
+/// The function's own way to say that it failed.
+template <class Result, class... Arguments>
+Result failWith(cl_int status, Arguments... arguments) {
+  if constexpr (std::is_same_v<Result, cl_int>) {
+    return status;
+  } else {
+    if (auto* where = lastOf(arguments...)) *where = status;
+    return nullptr;
+  }
+}
+
+template <class Result, class... Arguments>
+Result actOn(Result (*function)(Arguments...), Arguments... arguments) {
+  std::string argument;
+  if (fault().action == "crash") crash();
+  if (takes("sleep=", argument)) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(std::stol(argument)));
+    return function(arguments...);
+  }
+  if (takes("size=", argument)) {
+    const Result result = function(arguments...);
+    if constexpr (std::is_same_v<decltype(lastOf(arguments...)), size_t*>)
+      if (size_t* where = lastOf(arguments...)) *where = std::stoull(argument);
+    return result;
+  }
+  return failWith<Result>(std::stoi(fault().action), arguments...);
+}
+
+struct Count {
+  unsigned long calls = 0;
+  unsigned long faults = 0;
+};
+
+/// One hooked function: its name, its counts and the function in front of it.
+template <auto Member, const char* const& Name>
+struct Hook;
+
+template <class Result, class... Arguments, Result (*cl_icd_dispatch::*Member)(Arguments...),
+          const char* const& Name>
+struct Hook<Member, Name> {
+  static inline Count count;
+
+  static Result call(Arguments... arguments) {
+    ++count.calls;
+    if (fault().function != Name || (fault().call != 0 && fault().call != count.calls))
+      return (next.*Member)(arguments...);
+    ++count.faults;
+    return actOn(next.*Member, arguments...);
+  }
+};
+
+#define FAULT_HOOK(name)                \
+  const char* const name##Name = #name; \
+  using name##Hook = Hook<&cl_icd_dispatch::name, name##Name>;
+ZOR_CL_ENTRY_POINTS(FAULT_HOOK)
+#undef FAULT_HOOK
+
+void writeCounts() {
+  const char* path = std::getenv("CL_FAULT_COUNTS");
+  if (!path) return;
+  std::ofstream file(path);
+#define FAULT_WRITE(name) \
+  file << #name << ' ' << name##Hook::count.calls << ' ' << name##Hook::count.faults << '\n';
+  ZOR_CL_ENTRY_POINTS(FAULT_WRITE)
+#undef FAULT_WRITE
+}
+
+}  // namespace
+
+void Install(const cl_icd_dispatch& below, cl_icd_dispatch& own) {
+  next = below;
+#define FAULT_INSTALL(name) own.name = name##Hook::call;
+  ZOR_CL_ENTRY_POINTS(FAULT_INSTALL)
+#undef FAULT_INSTALL
+  std::atexit(writeCounts);
+}
