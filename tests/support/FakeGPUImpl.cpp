@@ -1,0 +1,5 @@
+#include "FakeGPUImpl.h"
+
+boost::shared_ptr<GPUImpl> MakeGPUImpl() {
+  return boost::shared_ptr<GPUImpl>(new FakeGPUImpl());
+}
