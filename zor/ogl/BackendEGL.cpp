@@ -221,7 +221,8 @@ std::function<void()> BackendEGL::saveCurrent() {
 }  // namespace
 
 Backend& SystemBackend() {
-  static BackendEGL backend;
+  // Never destroyed: contexts that live to the end of the process still need it.
+  static Backend& backend = *new BackendEGL;
   return backend;
 }
 

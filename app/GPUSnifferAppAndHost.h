@@ -1,0 +1,7 @@
+#pragma once
+
+/// Common base of the application and of the tester.
+class GPUSnifferAppAndHost {
+ public:
+  virtual ~GPUSnifferAppAndHost() = default;
+};

@@ -1,0 +1,139 @@
+#include "GPUSnifferTester.h"
+
+#include <boost/date_time/posix_time/posix_time_types.hpp>
+#include <boost/format.hpp>
+#include <stdexcept>
+
+#include "FailureText.h"
+#include "SnifferLog.h"
+#include "core/Library.h"
+#include "ocl/Library.h"
+#include "ogl/ContextOffscreen.h"
+#include "ogl/Library.h"
+
+GPUSnifferTester::~GPUSnifferTester() = default;
+
+void GPUSnifferTester::Run() {
+  fStep = 0;
+  DoRunTesterName();
+  DoRunEvent("snifferStart");
+  DoRunZORCoreInitialize();
+  DoRunZOROGLInitialize();
+  DoRunOGLContextCreated();
+  DoRunGLGPUs();
+  DoRunGLTests();
+  DoRunZOROCLInitialize();
+  // Without OpenCL the report has no line about it: a count of 0 means that it found no device.
+  if (fOCLAvailable) {
+    DoRunCLGPUs();
+    DoRunCLTests();
+  }
+  DoRunNativeGPUs();
+  DoRunNativeTests();
+  DoRunEvent("snifferEnd");
+  Step();
+}
+
+void GPUSnifferTester::DoRunTesterName() {}
+
+void GPUSnifferTester::Initialize(const char* key, const char* failureText,
+                                  const std::function<void()>& action) {
+  bool ok = false;
+  try {
+    action();
+    ok = true;
+  } catch (...) {
+    SnifferLog{}(failureText, ": ", CurrentFailureText());
+  }
+  Answer(key, ok);
+}
+
+void GPUSnifferTester::DoRunZORCoreInitialize() {
+  Initialize("ZORCoreInitialized", "ZOR::Core::Library::initialize() failed",
+             [] { ZOR::Core::Library::Initialize(); });
+}
+
+void GPUSnifferTester::DoRunZOROGLInitialize() {
+  Initialize("ZOROGLInitialized", "ZOR::OGL::Library::initialize() failed",
+             [] { ZOR::OGL::Library::Initialize(ZOR::OGL::Library::InitOptions()); });
+}
+
+void GPUSnifferTester::DoRunOGLContextCreated() {
+  Initialize("OGLContextCreated", "Cannot create default ContextOffscreen", [] {
+    const ZOR::OGL::ContextOffscreen context(ZOR::OGL::Context::PrimaryDisplayDevice());
+  });
+}
+
+void GPUSnifferTester::DoRunZOROCLInitialize() {
+  std::string reason;
+  // Its absence is no failure, so nobody is told the reason.
+  fOCLAvailable = ZOR::OCL::Library::IsOpenCLAvailable(reason);
+  if (!fOCLAvailable) return;
+  SnifferLog{}("DoRunZOROCLInitialize: ZOR::OCL::Library::initialize();");
+  ZOR::OCL::Library::Initialize();
+}
+
+TaggedGPUList GPUSnifferTester::ListGPUs(const char* key, const std::string& kind,
+                                         const GPUList& gpus) {
+  WriteLine(key, static_cast<unsigned>(gpus.size()));
+  TaggedGPUList list;
+  for (const boost::shared_ptr<GPU>& gpu : gpus) {
+    list.emplace_back(kind + "[" + std::to_string(list.size()) + "]", gpu);
+  }
+  return list;
+}
+
+void GPUSnifferTester::DoRunGLGPUs() {
+  fGLGPUs = ListGPUs("NumGLGPUs", "glgpu", MakeGPUImpl()->DoGetGPUs());
+  Step();
+}
+
+void GPUSnifferTester::DoRunCLGPUs() {
+  fCLGPUs = ListGPUs("NumCLGPUs", "clgpu", MakeGPUImpl()->DoGetCLGPUs());
+  Step();
+}
+
+void GPUSnifferTester::DoRunNativeGPUs() {
+  fNativeGPUs = ListGPUs("NumNativeGPUs", "nativegpu", MakeGPUImpl()->DoGetNativeGPUs());
+  Step();
+}
+
+uint32_t GPUSnifferTester::Step() {
+  // Counted first: a failing step has been taken, so a single throw fails one step only.
+  const uint32_t taken = fStep++;
+  if (fCrashAfter <= taken) {
+    Crash();
+  } else if (taken == fThrowAfter) {
+    throw std::runtime_error("Programmed throw");
+  }
+  return taken + 1;
+}
+
+void GPUSnifferTester::Crash() {
+  throw std::runtime_error("programmed failure");
+}
+
+std::string GPUSnifferTester::GetTimeString() {
+  const auto now = boost::posix_time::second_clock::local_time();
+  const auto date = now.date().year_month_day();
+  const auto time = now.time_of_day();
+  return str(boost::format("%04d-%02d-%02d_%02d:%02d:%02d") % date.year % date.month.as_number() %
+             date.day.as_number() % time.hours() % time.minutes() % time.seconds());
+}
+
+void GPUSnifferTester::DoRunEvent(const std::string& name) {
+  Answer(name, GetTimeString());
+}
+
+void GPUSnifferTester::RunTests(const TaggedGPUList& list, const GPUTest& test) {
+  for (const TaggedGPU& gpu : list) {
+    try {
+      test.run(*this, gpu);
+    } catch (...) {
+      // One question of one GPU: the others are worth asking all the same.
+      fHost.DoStderr(CurrentFailureText());
+      SnifferLog{}("Testing terminated for ", gpu.first);
+      ++fFailures;
+    }
+  }
+}

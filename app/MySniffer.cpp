@@ -1,0 +1,11 @@
+#include "MySniffer.h"
+
+#include <boost/make_shared.hpp>
+
+#include "MyTester.h"
+
+MySniffer::~MySniffer() = default;
+
+boost::shared_ptr<GPUSnifferTester> MySniffer::CreateTester() {
+  return boost::make_shared<MyTester>(*this);
+}

@@ -1,0 +1,118 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+/// Appends a character between two quote characters.
+using CharRenderer = void (*)(std::string& out, char value, char quote);
+
+/// What a policy prints each type with: printf formats but for the first two.
+struct FmtFormats {
+  const char* fBooleanWords;  ///< two zero-terminated words back to back, false first
+  CharRenderer fCharRenderer;
+  const char* fSignedChar;
+  const char* fUnsignedChar;
+  const char* fShort;
+  const char* fUnsignedShort;
+  const char* fInt;
+  const char* fUnsignedInt;
+  const char* fLong;
+  const char* fUnsignedLong;
+  const char* fLongLong;
+  const char* fUnsignedLongLong;
+  const char* fFloat;
+  const char* fDouble;
+  const char* fString;
+  const char* fPointer;
+};
+
+/// A formatting policy: one virtual operation and one format per built-in type. Policies form a
+/// chain; the newest one alive is current. long counts as 4 bytes on every platform. Policies are
+/// made and destroyed on one thread.
+class Fmt {
+ public:
+  /// Takes over the formats and becomes the current policy.
+  Fmt(const Fmt& other);
+  /// Takes over the formats only.
+  Fmt& operator=(const Fmt& other);
+  virtual ~Fmt();
+
+  // Each appends the value in the format given.
+  virtual void renderPointer(std::string& out, std::uint64_t address, const char* format) const;
+  virtual void renderString(std::string& out, const char* value, const char* format) const;
+  virtual void renderDouble(std::string& out, double value, const char* format) const;
+  virtual void renderFloat(std::string& out, float value, const char* format) const;
+  virtual void renderUnsignedLongLong(std::string& out, unsigned long long value,
+                                      const char* format) const;
+  virtual void renderLongLong(std::string& out, long long value, const char* format) const;
+  virtual void renderUnsignedLong(std::string& out, unsigned long value, const char* format) const;
+  virtual void renderLong(std::string& out, long value, const char* format) const;
+  virtual void renderUnsignedInt(std::string& out, unsigned int value, const char* format) const;
+  virtual void renderInt(std::string& out, int value, const char* format) const;
+  virtual void renderUnsignedShort(std::string& out, unsigned short value,
+                                   const char* format) const;
+  virtual void renderShort(std::string& out, short value, const char* format) const;
+  virtual void renderUnsignedChar(std::string& out, unsigned char value, const char* format) const;
+  virtual void renderSignedChar(std::string& out, signed char value, const char* format) const;
+  virtual void renderChar(std::string& out, char value, CharRenderer renderer) const;
+  virtual void renderBool(std::string& out, bool value, const char* words) const;
+  virtual void renderFourCharCode(std::string& out, std::uint32_t code, const char* format) const;
+
+  /// The value in this policy's own format.
+  std::string text(const void* value) const;
+  std::string text(const char* value) const;
+  std::string text(double value) const;
+  std::string text(float value) const;
+  std::string text(unsigned long long value) const;
+  std::string text(long long value) const;
+  std::string text(unsigned long value) const;
+  std::string text(long value) const;
+  std::string text(unsigned int value) const;
+  std::string text(int value) const;
+  std::string text(unsigned short value) const;
+  std::string text(short value) const;
+  std::string text(unsigned char value) const;
+  std::string text(signed char value) const;
+  /// Null takes the policy's own renderer or words.
+  std::string text(char value, CharRenderer renderer = nullptr) const;
+  std::string text(bool value, const char* words = nullptr) const;
+  /// 'ABCD' for four printable bytes, most significant first; else like an unsigned int.
+  std::string fourCharCode(std::uint32_t code) const;
+
+  /// Holds the defaults; made on first use, lives as long as the process.
+  static Fmt& defaultPolicy();
+  static Fmt& current();
+
+ private:
+  explicit Fmt(const FmtFormats& formats);
+  void link();
+
+  Fmt* fOlder = nullptr;
+  Fmt* fNewer = nullptr;
+
+ protected:
+  FmtFormats fFormats;
+};
+
+/// The value in the current policy's format: fmt(3.14159) is "3.14".
+template <class T>
+std::string fmt(T value) {
+  return Fmt::current().text(value);
+}
+inline std::string fmt(char value, CharRenderer renderer) {
+  return Fmt::current().text(value, renderer);
+}
+inline std::string fmt(bool value, const char* words) {
+  return Fmt::current().text(value, words);
+}
+inline std::string fmtFourCharCode(std::uint32_t code) {
+  return Fmt::current().fourCharCode(code);
+}
+
+/// The default character renderer.
+void renderQuotedChar(std::string& out, char value, char quote);
+
+/// "0x%08lx" for (4, "l"): all digits of an unsigned value of that many bytes.
+std::string hexadecimalFormat(int bytes, const char* lengthModifier);
+/// "%11ld" for (4, "l"): wide enough for any signed value of that many bytes.
+std::string paddedDecimalFormat(int bytes, const char* lengthModifier);

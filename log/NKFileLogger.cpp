@@ -1,0 +1,47 @@
+#include "NKFileLogger.h"
+
+#include <boost/filesystem/operations.hpp>
+#include <set>
+
+#include "LogPort.h"
+#include "LoggingLock.h"
+
+namespace fs = boost::filesystem;
+
+namespace {
+
+fs::path logPath() {
+  const fs::path folder = logport::desktopFolder();
+  return folder.empty() ? fs::path() : folder / "nklog.txt";
+}
+
+// Whether no file logger of this process has used the path before.
+bool isFirstUse(const fs::path& path) {
+  // Never destroyed: statics of other files may still log while the process ends.
+  static std::set<fs::path>& used = *new std::set<fs::path>;
+  const LoggingLock lock;
+  return used.insert(path).second;
+}
+
+}  // namespace
+
+NKFileLogger::NKFileLogger() : NKLogger("nklog.txt"), fPath(logPath()) {
+  boost::system::error_code ignored;
+  if (!fPath.empty() && isFirstUse(fPath)) fs::remove(fPath, ignored);
+}
+
+NKFileLogger::~NKFileLogger() {
+  NKFileLogger::flush();
+  boost::system::error_code ignored;
+  if (!fPath.empty() && fs::file_size(fPath, ignored) == 0) fs::remove(fPath, ignored);
+}
+
+void NKFileLogger::flush() {
+  if (fFile) std::fclose(fFile);
+  fFile = nullptr;
+}
+
+void NKFileLogger::write(const char* bytes, std::size_t count) {
+  if (!fFile && !fPath.empty()) fFile = logport::openSharedAppend(fPath);
+  if (fFile) std::fwrite(bytes, 1, count, fFile);
+}

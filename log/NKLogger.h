@@ -1,0 +1,79 @@
+#pragma once
+
+#include <boost/shared_ptr.hpp>
+#include <cstdarg>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include "Stackable.h"
+
+/// Writes messages, each with a prefix and a line end. The newest logger alive is the current one.
+class NKLogger : public nkutil::Stackable<NKLogger> {
+ public:
+  /// Becomes the current logger and says so through the one that was.
+  explicit NKLogger(const char* name);
+
+  /// False: callers may spare themselves the message.
+  virtual bool isActive() const;
+  /// nowSeconds() of the message before the last one, and of the last one.
+  virtual double previousTime() const;
+  virtual double currentTime() const;
+  /// Last component of a path with either kind of slash; a slash at the end belongs to it.
+  /// Empty for null.
+  virtual std::string baseName(const char* path) const;
+  /// Writes prefix, message and, where the text does not end a line itself, the line end.
+  virtual void logv(const char* file, int line, const char* format, va_list args);
+  virtual std::string prefix(const char* file, int line);
+  virtual std::string lineStart() const;
+  virtual void flush();
+  virtual std::string lineEnd() const;
+  virtual void write(const char* bytes, std::size_t count) = 0;
+
+  /// Stamps, writes and counts one message.
+  void log(const char* file, int line, const char* format, ...)
+      __attribute__((format(printf, 4, 5)));
+
+  /// Depth of the open scopes: one blank each, before the message.
+  void indent();
+  void outdent();
+
+  std::string name() const { return fName; }
+  /// Which prefix fields are written (see PrefixField in LogPrefix.h).
+  std::uint32_t flags() const;
+  /// Returns the flags that were.
+  std::uint32_t setFlags(std::uint32_t mask);
+
+  /// The logger beneath this one, or an empty handle.
+  boost::shared_ptr<NKLogger> previous() const { return beneath(); }
+
+ private:
+  void changeIndent(int change);
+
+  double fPreviousTime;
+  double fCurrentTime;
+  std::int32_t fMessageCount = 0;
+  std::string fName;
+  std::uint32_t fFlags;
+  std::int32_t fIndentLevel = 0;
+  std::string fIndent;
+};
+
+/// The newest logger. With none alive, the process's default one: an NKFileLogger that stays. The
+/// handle shares the stack storage and does not own the logger.
+boost::shared_ptr<NKLogger> currentLogger();
+
+/// Holds the current logger and the logging lock for one statement; copies share both. Empty, with
+/// the lock released, when the logger is not active.
+class NKLoggerLock {
+ public:
+  NKLoggerLock();
+
+  explicit operator bool() const { return fRecord != nullptr; }
+  /// Throws std::runtime_error when empty.
+  NKLogger* operator->() const;
+
+ private:
+  struct PtrAndLock;
+  boost::shared_ptr<PtrAndLock> fRecord;
+};

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string>
+
+/// Appends one character code: as it is when printable, else as a backslash with a letter (\b \t
+/// \n \f \r), with itself (the backslash, the quote character) or with x and twice `digitPairs`
+/// hexadecimal digits, which drop the higher bits.
+void appendEscaped(std::string& out, unsigned code, char quote, unsigned digitPairs);
+
+/// Every byte (two digits) or unit (four digits) escaped for double quotes, which are not added;
+/// "<nullptr>" for null.
+std::string quoteString(const char* text);
+std::string quoteString(const wchar_t* text);
+std::string quoteString(const char16_t* text);

@@ -1,0 +1,8 @@
+#pragma once
+
+#include <cstdarg>
+#include <string>
+
+/// printf into a string; empty when the text cannot be formatted.
+std::string stringPrintf(const char* format, ...) __attribute__((format(printf, 1, 2)));
+std::string stringVPrintf(const char* format, va_list args);

@@ -1,0 +1,64 @@
+#include <gmock/gmock.h>
+
+#include "Platform.h"
+#include "Probe.h"
+
+namespace {
+
+class OptionsTest : public testing::Test {
+ protected:
+  ~OptionsTest() override { ArmTimeout(0); }
+  ArgumentList Parse(ArgumentList arguments) { return probe.ParseArgs(arguments), arguments; }
+
+  Probe probe;
+};
+
+TEST_F(OptionsTest, IntegersConvertAsA32BitLong) {
+  const char* const texts[] = {
+      "0x10",  "0X1f", "010",        "12abc",       "abc",
+      "",      "08",   " \t+5",      "-3",          "3=4",
+      "\"6\"", "\"7",  "2147483648", "-2147483649", "99999999999999999999"};
+  const int64_t values[] = {16, 31, 8, 12, 0,          0,           0,         5,
+                            -3, 3,  6, 0,  2147483647, -2147483648, 2147483647};
+  for (size_t i = 0; i < std::size(texts); ++i) {
+    EXPECT_TRUE(Parse({std::string("-exit=") + texts[i]}).empty());
+    EXPECT_EQ(probe.fExitCode, values[i]) << texts[i];
+  }
+}
+
+TEST_F(OptionsTest, EveryOptionReachesItsField) {
+  Parse({"-crashAfter=1", "-throwAfter=4294967295", "-app=first", "-exit=3", "-verbose=4",
+         "-timeout=500", "-hang=6", "-app=a=b", "-crashAfter=-1"});
+  const int64_t numbers[] = {probe.fCrashAfter, probe.fThrowAfter, probe.fExitCode,
+                             probe.fVerbose,    probe.fTimeout,    probe.fHang};
+  EXPECT_THAT(numbers, testing::ElementsAre(0xFFFFFFFF, 2147483647, 3, 4, 500, 6));
+  EXPECT_EQ(probe.fHostApp, "a=b");
+  Parse({"-app=", "-stdout=\"a b\"", "-comment=hello", "-stdout=\"", "-stdout=\"\"",
+         "-stdout=\"\"x\"\"", "-stdout=\xFF=\"c", "-stderr=oops", "-stderr="});
+  EXPECT_EQ(probe.fHostApp, "");
+  EXPECT_EQ(probe.out, "a b\n# hello\n\"\n\n\"x\"\n\xFF=\"c\n");
+  EXPECT_EQ(probe.err, "oops\n\n");
+}
+
+TEST_F(OptionsTest, WhatIsNotUnderstoodIsLeftInOrder) {
+  const ArgumentList strange = {"stray", "-Help", "--help",  "-help=1",  "-",        "",
+                                "-=",    "-exit", "-Exit=1", "-exit =1", "--exit=1", "exit=1"};
+  ArgumentList arguments = strange;
+  arguments.insert(std::next(arguments.begin(), 3), "-exit=9");
+  EXPECT_EQ(Parse(arguments), strange);
+  EXPECT_EQ(probe.fExitCode, 9);
+  EXPECT_THROW(Parse({"-verbose=2", "-help", "-verbose=3"}), GPUSnifferApp::UsageException);
+  EXPECT_EQ(probe.fVerbose, 2);
+}
+
+TEST_F(OptionsTest, ThresholdsReachATesterThatExists) {
+  const auto tester = probe.GetTester();
+  Parse({"-crashAfter=2", "-throwAfter=1"});
+  EXPECT_EQ(tester->Step(), 1u);
+  EXPECT_THROW(tester->Step(), std::runtime_error);
+  Parse({"-throwAfter=-1", "-crashAfter=3"});
+  EXPECT_EQ(tester->Step(), 3u);
+  EXPECT_THROW(tester->Step(), std::runtime_error);
+}
+
+}  // namespace

@@ -1,0 +1,6 @@
+#include "FakeGPUImpl.h"
+
+boost::shared_ptr<GPUImpl> MakeGPUImpl() {
+  if (fakeMachine.make) return fakeMachine.make();
+  return boost::shared_ptr<GPUImpl>(new FakeGPUImpl());
+}

@@ -1,0 +1,10 @@
+#pragma once
+
+#include <string>
+
+namespace ZOR::Core {
+
+/// "call: " and the system's own words for GetLastError().
+std::string SystemErrorText(const std::string& call);
+
+}  // namespace ZOR::Core
