@@ -1,0 +1,201 @@
+#include <gmock/gmock.h>
+
+#include <sstream>
+
+#include "CLHardware.h"
+#include "LogCapture.h"
+
+namespace {
+
+using testing::ElementsAre;
+using Times = std::vector<std::pair<cl_ulong, cl_ulong>>;
+
+constexpr cl_ulong kMillisecond = 1'000'000;
+
+/// Ten copies of one batch, each of the same length in nanoseconds.
+Times batch(cl_ulong length) {
+  return Times(10, {7, 7 + length});
+}
+
+Times joined(std::initializer_list<Times> batches) {
+  Times all;
+  for (const Times& times : batches) all.insert(all.end(), times.begin(), times.end());
+  return all;
+}
+
+double bandwidth(FakeCL& fake) {
+  return CLHardware(fake.device()).DoGetCLBandwidth();
+}
+
+/// Without the statements' line numbers.
+std::vector<std::string> linesOf(LogCapture& log) {
+  std::istringstream text(log.take());
+  std::vector<std::string> lines;
+  for (std::string line; std::getline(text, line);)
+    lines.push_back(line.substr(line.find(' ') + 1));
+  return lines;
+}
+
+struct Profile {
+  const char* name;
+  Times times;
+  double result;
+  unsigned copies;
+};
+
+TEST(CLBandwidth, IsTheBestBatchs) {
+  const double forever = static_cast<double>(cl_ulong{0} - 1) * 1e-9;
+  const Profile table[] = {
+      {"50 ms", batch(5 * kMillisecond), 6'710'886'400.0, 100},
+      {"no time at all", batch(0), 0.0, 100},
+      {"stops after a second", batch(40 * kMillisecond), 838'860'800.0, 30},
+      {"exactly a second", joined({{{0, 1000 * kMillisecond}}, batch(0)}), 335'544'320.0, 10},
+      {"zero-time batches count", joined({batch(0), batch(64 * kMillisecond)}), 524'288'000.0, 30},
+      {"best of several",
+       joined({batch(20 * kMillisecond), batch(10 * kMillisecond), batch(80 * kMillisecond)}),
+       3'355'443'200.0, 30},
+      {"one slow copy",
+       joined({Times(9, {1, 1}), {{0, 50 * kMillisecond}}, batch(5 * kMillisecond)}),
+       6'710'886'400.0, 100},
+      {"end before start", joined({{{1, 0}}, Times(9, {1, 1})}), 335'544'320.0 / forever, 10},
+  };
+  for (const Profile& profile : table) {
+    FakeCL fake;
+    fake.times = profile.times;
+    EXPECT_NEAR(bandwidth(fake) / (profile.result ? profile.result : 1), profile.result ? 1 : 0,
+                1e-9)
+        << profile.name;
+    EXPECT_EQ(fake.counts["clEnqueueCopyBuffer"], profile.copies) << profile.name;
+    EXPECT_EQ(fake.counts["clReleaseEvent"], profile.copies) << profile.name;
+    EXPECT_EQ(fake.counts["clFinish"], profile.copies / 10 + 2) << profile.name;
+  }
+}
+
+TEST(CLBandwidth, SkipsAFailedBatch) {
+  for (const unsigned copy : {1U, 5U, 10U}) {
+    for (const bool everyBatch : {false, true}) {
+      FakeCL fake;
+      // A failing batch ends at its failing copy, so the next begins after it.
+      for (unsigned i = 1; i <= (everyBatch ? 10 : 1); ++i)
+        fake.statuses["clEnqueueCopyBuffer"][i * copy] = -4;
+      testing::internal::CaptureStderr();
+      EXPECT_DOUBLE_EQ(bandwidth(fake), everyBatch ? 0.0 : 6'710'886'400.0) << copy;
+      const std::string errors = testing::internal::GetCapturedStderr();
+      EXPECT_EQ(errors.size(), (everyBatch ? 10 : 1) * sizeof kCLRequirement);
+      EXPECT_EQ(fake.counts["clEnqueueCopyBuffer"], copy * 10 + (everyBatch ? 0 : 90 - copy * 9));
+      EXPECT_EQ(fake.counts["clGetEventProfilingInfo"], everyBatch ? 0U : 180U);
+    }
+  }
+}
+
+TEST(CLBandwidth, MakesItsCallsInOrder) {
+  FakeCL fake;
+  fake.times = batch(125 * kMillisecond);
+  LogCapture log;
+  bandwidth(fake);
+  std::vector<std::string> expected = {
+      "clGetDeviceInfo(4145, 8)",       "clCreateContext(4228, 1, 0, 1, 101, 0, 0)",
+      "clCreateCommandQueue(2)",        "clCreateBuffer(4, 16777216, 0)",
+      "clCreateBuffer(2, 16777216, 0)", "clFinish"};
+  const auto add = [&](size_t times, std::vector<std::string> calls) {
+    for (; times > 0; --times) expected.insert(expected.end(), calls.begin(), calls.end());
+  };
+  add(10, {"clEnqueueCopyBuffer(0, 0, 16777216)"});
+  add(1, {"clFinish"});
+  add(10, {"clGetEventProfilingInfo(4739, 8)", "clGetEventProfilingInfo(4738, 8)"});
+  add(1, {"clFinish"});
+  add(10, {"clReleaseEvent"});
+  add(2, {"clReleaseMemObject"});
+  add(1, {"clReleaseCommandQueue", "clReleaseContext"});
+  EXPECT_EQ(fake.calls, expected);
+
+  const std::string check = "GPUImplHardware::checkBandwidthCL";
+  const std::string operation = "GPUImplHardware::DoGetCLBandwidth";
+  EXPECT_THAT(
+      linesOf(log),
+      ElementsAre(operation + ": ZOR::OCL::Context context(properties, *iDev);",
+                  operation + ": ZOR::OCL::CommandQueue cq(context, *iDev, false, true);",
+                  check + ": clCreateBuffer d_idata nbytes=16777216",
+                  check + ": clCreateBuffer d_odata nbytes=16777216", check + ": clFinish",
+                  check + ": copy 100 iterations",
+                  "GPUImplHardware::timeBandwidthCL: totalSeconds=1.25", check + ": seconds=1.25",
+                  check + ": totalSeconds=1.25, BW=2.68435e+08, maxBW=2.68435e+08",
+                  check + ": clFinish", check + ": releasing", check + ": result=2.68435e+08",
+                  "bytesPerSecond=2.68435e+08", operation + ": result=2.68435e+08"));
+}
+
+TEST(CLCompute, MakesItsCallsInOrder) {
+  FakeCL fake;
+  fake.times = {{1000, 250'001'000}};
+  LogCapture log;
+  EXPECT_DOUBLE_EQ(CLHardware(fake.device()).DoGetCLCompute(), 0.25);
+  EXPECT_THAT(
+      fake.calls,
+      ElementsAre("clGetDeviceInfo(4145, 8)", "clCreateContext(4228, 1, 0, 1, 101, 0, 0)",
+                  "clCreateCommandQueue(2)", "clCreateProgramWithSource(1, 0)", "clBuildProgram(0)",
+                  "clCreateKernel(justIterate)", "clCreateBuffer(33, 4194304, 1)",
+                  "clSetKernelArg(0, 8, 0)", "clSetKernelArg(1, 4, 1048576)",
+                  "clEnqueueNDRangeKernel(1, 1048576, 64)", "clWaitForEvents(1)",
+                  "clGetEventProfilingInfo(4739, 8)", "clGetEventProfilingInfo(4738, 8)",
+                  "clReleaseEvent", "clReleaseMemObject", "clReleaseKernel", "clReleaseProgram",
+                  "clReleaseCommandQueue", "clReleaseContext"));
+  EXPECT_EQ(fake.source.size(), 331U);
+  EXPECT_EQ(std::count(fake.source.begin(), fake.source.end(), '\t'), 9 * 7);
+  EXPECT_THAT(fake.source, testing::EndsWith("  v [ gid ] = data ;\t\t\t\t\t\t\t  }"));
+  const std::string operation = "GPUImplHardware::DoGetCLCompute";
+  EXPECT_THAT(linesOf(log),
+              ElementsAre(operation + ": ZOR::OCL::Context context(properties, *iDev);",
+                          operation + ": ZOR::OCL::CommandQueue cq(context, *iDev, false, true);",
+                          "GPUImplHardware::MeasureCLCompute: result=0.25",
+                          "timeForKernelExecution=0.25", operation + ": result=0.25"));
+}
+
+struct Failing {
+  const char* function;
+  unsigned call;
+  const char* bandwidth;
+  const char* compute;
+};
+
+// FakeCL's end checks that nothing is left, however far the question came.
+TEST(CLMeasurements, EachCallFailsInTurn) {
+  constexpr auto requirement = kCLRequirement;
+  const Failing table[] = {
+      {"clGetDeviceInfo", 1, "clGetDeviceInfo: status -5", "clGetDeviceInfo: status -5"},
+      {"clCreateContext", 1, "clCreateContext: status -5", "clCreateContext: status -5"},
+      {"clCreateCommandQueue", 1, "clCreateCommandQueue: status -5",
+       "clCreateCommandQueue: status -5"},
+      {"clCreateBuffer", 1, requirement, requirement},
+      {"clCreateBuffer", 2, requirement, "none"},
+      {"clFinish", 1, "none", "none"},
+      {"clFinish", 2, "none", "none"},
+      {"clFinish", 12, "none", "none"},
+      {"clGetEventProfilingInfo", 1, "none", "none"},
+      {"clGetEventProfilingInfo", 2, "none", "none"},
+      {"clReleaseEvent", 1, "none", "none"},
+      {"clCreateProgramWithSource", 1, "none", requirement},
+      {"clBuildProgram", 1, "none", requirement},
+      {"clCreateKernel", 1, "none", requirement},
+      {"clSetKernelArg", 1, "none", requirement},
+      {"clSetKernelArg", 2, "none", requirement},
+      {"clEnqueueNDRangeKernel", 1, "none", requirement},
+      {"clWaitForEvents", 1, "none", requirement},
+      {"clReleaseMemObject", 1, "none", "none"},
+      {"clReleaseKernel", 1, "none", "none"},
+      {"clReleaseProgram", 1, "none", "none"},
+      {"clReleaseCommandQueue", 1, "none", "none"},
+      {"clReleaseContext", 1, "none", "none"},
+  };
+  for (const Failing& failing : table) {
+    const auto ask = [&](double (GPUImplHardware::*question)()) {
+      FakeCL fake;
+      fake.statuses[failing.function][failing.call] = -5;
+      CLHardware hardware(fake.device());
+      return failureOf([&] { (hardware.*question)(); });
+    };
+    EXPECT_EQ(ask(&GPUImplHardware::DoGetCLBandwidth), failing.bandwidth) << failing.function;
+    EXPECT_EQ(ask(&GPUImplHardware::DoGetCLCompute), failing.compute) << failing.function;
+  }
+}
+
+}  // namespace

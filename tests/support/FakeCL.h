@@ -1,0 +1,61 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "ocl/Device.h"
+#include "ocl/ExtensionManager.h"
+
+/// An OpenCL driver that is the test: it answers what the test sets, notes every call and counts
+/// its living objects. In place of the system's for its own lifetime; one at a time. At its end no
+/// object may be left, and a handle that is released twice or was never given out fails the test.
+class FakeCL {
+ public:
+  FakeCL();
+  ~FakeCL();
+
+  // What the driver is like.
+  struct Platform {
+    std::string version = "OpenCL 1.2 Fake";
+    std::vector<cl_device_type> devices{CL_DEVICE_TYPE_GPU};
+  };
+  std::vector<Platform> platforms{1};
+  std::map<cl_device_info, std::string> properties;  // of every device, byte for byte
+  std::map<cl_uint, size_t> claimedSizes;            // property -> size in place of the true one
+  std::map<std::string, std::map<unsigned, cl_int>> statuses;  // function -> call from 1 -> status
+  /// Start and end in nanoseconds of the events in their order; the last holds for all later ones.
+  std::vector<std::pair<cl_ulong, cl_ulong>> times{{0, 5'000'000}};
+
+  // What was done.
+  std::vector<std::string> calls;          // "clFinish", some with their arguments
+  std::map<std::string, unsigned> counts;  // function -> calls
+  std::map<const void*, std::string> alive;
+  std::string source;  // of the last program
+
+  template <class Value>
+  void set(cl_device_info property, const Value& value) {
+    properties[property] = std::string(reinterpret_cast<const char*>(&value), sizeof value);
+  }
+  ZOR::OCL::Device device() const;
+
+  // Used by the fake's functions.
+  /// Notes the call and gives its status.
+  cl_int enter(const char* function, const std::string& arguments = "");
+  template <class Handle>
+  Handle create(const char* function, const std::string& arguments, cl_int* status) {
+    return static_cast<Handle>(createObject(function, arguments, status));
+  }
+  cl_int release(const char* function, void* handle);
+  cl_int answer(cl_uint property, const std::string& bytes, size_t size, void* value,
+                size_t* needed) const;
+  std::pair<cl_ulong, cl_ulong> timesOf(cl_event event) const;
+  static FakeCL* active;
+
+ private:
+  void* createObject(const char* function, const std::string& arguments, cl_int* status);
+
+  ZOR::OCL::ExtensionManager fManager;
+  std::map<const void*, size_t> fEvents;
+};
