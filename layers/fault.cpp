@@ -5,6 +5,7 @@
 //   CL_FAULT=clFinish:2:crash       it ends the process with a null pointer
 //   CL_FAULT=clFinish:*:-5          every one
 //   CL_FAULT=clGetDeviceInfo:1:size=0  it answers a size of 0 in place of the driver's
+//   CL_SHORT=1                      kernels run one work-group, copies move 4 KiB
 //   CL_FAULT_COUNTS=FILE            at exit, one line "function calls faults" for each function
 //
 // The number counts the calls of that function in this process, from 1.
@@ -119,6 +120,20 @@ struct Hook<Member, Name> {
 ZOR_CL_ENTRY_POINTS(FAULT_HOOK)
 #undef FAULT_HOOK
 
+cl_int CL_API_CALL shortKernel(cl_command_queue queue, cl_kernel kernel, cl_uint dimensions,
+                               const size_t* offset, const size_t*, const size_t* local,
+                               cl_uint waits, const cl_event* waitFor, cl_event* event) {
+  return clEnqueueNDRangeKernelHook::call(queue, kernel, dimensions, offset, local, local, waits,
+                                          waitFor, event);
+}
+
+cl_int CL_API_CALL shortCopy(cl_command_queue queue, cl_mem source, cl_mem destination, size_t from,
+                             size_t to, size_t, cl_uint waits, const cl_event* waitFor,
+                             cl_event* event) {
+  return clEnqueueCopyBufferHook::call(queue, source, destination, from, to, 4096, waits, waitFor,
+                                       event);
+}
+
 void writeCounts() {
   const char* path = std::getenv("CL_FAULT_COUNTS");
   if (!path) return;
@@ -136,5 +151,9 @@ void Install(const cl_icd_dispatch& below, cl_icd_dispatch& own) {
 #define FAULT_INSTALL(name) own.name = name##Hook::call;
   ZOR_CL_ENTRY_POINTS(FAULT_INSTALL)
 #undef FAULT_INSTALL
+  if (std::getenv("CL_SHORT")) {
+    own.clEnqueueNDRangeKernel = shortKernel;
+    own.clEnqueueCopyBuffer = shortCopy;
+  }
   std::atexit(writeCounts);
 }
