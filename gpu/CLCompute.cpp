@@ -65,7 +65,7 @@ ScopedBuffer createBuffer(const Context& context, std::vector<cl_float>& values)
 void setArguments(const ScopedKernel& kernel, const ScopedBuffer& buffer) {
   const cl_mem v = buffer.get();
   const cl_uint len = kLength;
-  RequireCLSuccess(CL().clSetKernelArg(kernel.get(), 0, sizeof v, &v));
+  RequireCLSuccess(CL().clSetKernelArg(kernel.get(), 0, sizeof(cl_mem), &v));
   RequireCLSuccess(CL().clSetKernelArg(kernel.get(), 1, sizeof len, &len));
 }
 

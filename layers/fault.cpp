@@ -2,7 +2,7 @@
 //
 //   CL_FAULT=clFinish:2:-5          the second clFinish returns -5 without reaching the driver
 //   CL_FAULT=clFinish:2:sleep=500   it sleeps 500 milliseconds first
-//   CL_FAULT=clFinish:2:crash       it ends the process with a null pointer
+//   CL_FAULT=clFinish:2:crash       it ends the process with SIGSEGV
 //   CL_FAULT=clFinish:*:-5          every one
 //   CL_FAULT=clGetDeviceInfo:1:size=0  it answers a size of 0 in place of the driver's
 //   CL_SHORT=1                      kernels run one work-group, copies move 4 KiB
@@ -11,12 +11,13 @@
 // The number counts the calls of that function in this process, from 1.
 
 #include <chrono>
-#include <cstdint>
+#include <csignal>
 #include <cstdlib>
 #include <fstream>
 #include <string>
 #include <thread>
 #include <tuple>
+#include <type_traits>
 
 #include "Layer.h"
 #include "ocl/EntryPoints.h"
@@ -52,12 +53,6 @@ bool takes(const std::string& action, std::string& argument) {
   return true;
 }
 
-[[noreturn]] void crash() {
-  volatile int* nowhere = nullptr;
-  *nowhere = 1;
-  std::abort();
-}
-
 template <class... Arguments>
 auto lastOf(Arguments... arguments) {
   return std::get<sizeof...(arguments) - 1>(std::make_tuple(arguments...));
@@ -77,7 +72,7 @@ Result failWith(cl_int status, Arguments... arguments) {
 template <class Result, class... Arguments>
 Result actOn(Result (*function)(Arguments...), Arguments... arguments) {
   std::string argument;
-  if (fault().action == "crash") crash();
+  if (fault().action == "crash") std::raise(SIGSEGV);
   if (takes("sleep=", argument)) {
     std::this_thread::sleep_for(std::chrono::milliseconds(std::stol(argument)));
     return function(arguments...);

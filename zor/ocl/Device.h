@@ -32,7 +32,7 @@ class Device {
     if (property_typename != type_name)
       throw InternalException("zor/zor_ocl/Device", 122, "property_typename == type_name");
     Value value{};
-    getInfoImpl(property, sizeof value, &value, nullptr);
+    getInfoImpl(property, sizeof(Value), &value, nullptr);
     return value;
   }
   /// clGetDeviceInfo as it is. Throws LogicalException for every status but CL_SUCCESS.

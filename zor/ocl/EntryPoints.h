@@ -18,7 +18,7 @@ namespace ZOR::OCL {
 
 /// The functions of the system's ICD loader, under their own names.
 struct EntryPoints {
-#define ZOR_CL_MEMBER(name) decltype(&::name) name = nullptr;
+#define ZOR_CL_MEMBER(name) decltype(&::name) name{};
   ZOR_CL_ENTRY_POINTS(ZOR_CL_MEMBER)
 #undef ZOR_CL_MEMBER
 };
