@@ -127,11 +127,7 @@ TEST(CLList, HoldsTheGPUsOfAllPlatforms) {
     EXPECT_EQ(cl->deviceIndex, -1);
   }
   EXPECT_THAT(versions, testing::ElementsAre("1!", "4", "4"));
-  EXPECT_THAT(fake.calls, testing::Contains("clGetDeviceIDs(4)"));
-  fake.platforms.clear();
-  EXPECT_TRUE(CLHardware().DoGetCLGPUs().empty());
-  fake.statuses["clGetPlatformIDs"][fake.counts["clGetPlatformIDs"] + 1] = -6;
-  EXPECT_EQ(failureOf([] { CLHardware().DoGetCLGPUs(); }), "clGetPlatformIDs: status -6");
+  EXPECT_THAT(fake.calls, testing::Contains("clGetDeviceIDs(p, 4, 0, 0, p)"));
   fakeMachine = {};
 }
 

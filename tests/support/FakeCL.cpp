@@ -4,29 +4,45 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string_view>
+#include <tuple>
+#include <type_traits>
 
 FakeCL* FakeCL::active = nullptr;
 
 namespace {
 
-template <class Handle>
-Handle handleOf(size_t number) {
-  return reinterpret_cast<Handle>(number);
-}
-
-/// Platforms are 1, 2, ...; the devices of platform 1 are 101, 102, ...
+/// Platforms are 1, 2, ...; the devices of platform 1 are 101, 201, ...
 size_t platformOf(const void* handle) {
   return reinterpret_cast<size_t>(handle) % 100 - 1;
 }
 
-template <class... Numbers>
-std::string text(Numbers... numbers) {
-  std::string result = "(";
-  ((result += (result.size() > 1 ? ", " : "") + std::to_string(numbers)), ...);
-  return result + ")";
+template <class Argument>
+std::string textOf(Argument argument) {
+  if constexpr (!std::is_pointer_v<Argument>) {
+    return std::to_string(argument);
+  } else {
+    if (!argument) return "0";
+    if constexpr (std::is_same_v<Argument, const char*>) return argument;
+    if constexpr (std::is_same_v<Argument, const size_t*>) return std::to_string(*argument);
+    if constexpr (std::is_same_v<Argument, const void*>) {
+      cl_uint number = 0;
+      std::memcpy(&number, argument, sizeof number);
+      return std::to_string(number);
+    }
+    if constexpr (std::is_same_v<Argument, const char**>) FakeCL::active->source = *argument;
+    return "p";
+  }
 }
 
-cl_int give(const std::vector<size_t>& found, cl_uint size, void* handles, cl_uint* count,
+template <class... Arguments>
+std::string textsOf(Arguments... arguments) {
+  std::string texts;
+  ((texts += (texts.empty() ? "(" : ", ") + textOf(arguments)), ...);
+  return texts + ")";
+}
+
+cl_int list(const std::vector<size_t>& found, cl_uint size, void* handles, cl_uint* count,
             cl_int none) {
   if (found.empty()) return none;
   if (count) *count = static_cast<cl_uint>(found.size());
@@ -34,37 +50,33 @@ cl_int give(const std::vector<size_t>& found, cl_uint size, void* handles, cl_ui
   return CL_SUCCESS;
 }
 
-cl_int CL_API_CALL getPlatformIDs(cl_uint size, cl_platform_id* handles, cl_uint* count) {
-  FakeCL& fake = *FakeCL::active;
-  if (const cl_int status = fake.enter("clGetPlatformIDs")) return status;
+// What a successful call does, where that is more than to make or release an object.
+
+cl_int clGetPlatformIDsDoes(cl_uint size, cl_platform_id* handles, cl_uint* count) {
   std::vector<size_t> found;
-  while (found.size() < fake.platforms.size()) found.push_back(found.size() + 1);
-  return give(found, size, handles, count, -1001);
+  while (found.size() < FakeCL::active->platforms.size()) found.push_back(found.size() + 1);
+  return list(found, size, handles, count, -1001);
 }
 
-cl_int CL_API_CALL getPlatformInfo(cl_platform_id platform, cl_platform_info property, size_t size,
-                                   void* value, size_t* needed) {
-  FakeCL& fake = *FakeCL::active;
-  if (const cl_int status = fake.enter("clGetPlatformInfo")) return status;
+cl_int clGetPlatformInfoDoes(cl_platform_id platform, cl_platform_info property, size_t size,
+                             void* value, size_t* needed) {
+  const FakeCL& fake = *FakeCL::active;
   return fake.answer(property, fake.platforms.at(platformOf(platform)).version + '\0', size, value,
                      needed);
 }
 
-cl_int CL_API_CALL getDeviceIDs(cl_platform_id platform, cl_device_type type, cl_uint size,
-                                cl_device_id* handles, cl_uint* count) {
-  FakeCL& fake = *FakeCL::active;
-  if (const cl_int status = fake.enter("clGetDeviceIDs", text(type))) return status;
-  const std::vector<cl_device_type>& devices = fake.platforms.at(platformOf(platform)).devices;
+cl_int clGetDeviceIDsDoes(cl_platform_id platform, cl_device_type type, cl_uint size,
+                          cl_device_id* handles, cl_uint* count) {
+  const auto& devices = FakeCL::active->platforms.at(platformOf(platform)).devices;
   std::vector<size_t> found;
   for (size_t i = 0; i < devices.size(); ++i)
     if (devices[i] & type) found.push_back((i + 1) * 100 + platformOf(platform) + 1);
-  return give(found, size, handles, count, CL_DEVICE_NOT_FOUND);
+  return list(found, size, handles, count, CL_DEVICE_NOT_FOUND);
 }
 
-cl_int CL_API_CALL getDeviceInfo(cl_device_id device, cl_device_info property, size_t size,
-                                 void* value, size_t* needed) {
+cl_int clGetDeviceInfoDoes(cl_device_id device, cl_device_info property, size_t size, void* value,
+                           size_t* needed) {
   FakeCL& fake = *FakeCL::active;
-  if (const cl_int status = fake.enter("clGetDeviceInfo", text(property, size))) return status;
   if (!device) return CL_INVALID_DEVICE;
   if (property == CL_DEVICE_PLATFORM) fake.set(property, platformOf(device) + 1);
   const auto found = fake.properties.find(property);
@@ -72,125 +84,80 @@ cl_int CL_API_CALL getDeviceInfo(cl_device_id device, cl_device_info property, s
   return fake.answer(property, found->second, size, value, needed);
 }
 
-cl_context CL_API_CALL createContext(const cl_context_properties* list, cl_uint devices,
-                                     const cl_device_id* device,
-                                     void(CL_CALLBACK* notify)(const char*, const void*, size_t,
-                                                               void*),
-                                     void* data, cl_int* status) {
-  const auto arguments = text(list[0], list[1], list[2], devices, reinterpret_cast<size_t>(*device),
-                              notify != nullptr, data != nullptr);
-  return FakeCL::active->create<cl_context>("clCreateContext", arguments, status);
-}
-
-cl_command_queue CL_API_CALL createQueue(cl_context, cl_device_id,
-                                         cl_command_queue_properties properties, cl_int* status) {
-  return FakeCL::active->create<cl_command_queue>("clCreateCommandQueue", text(properties), status);
-}
-
-cl_mem CL_API_CALL createBuffer(cl_context, cl_mem_flags flags, size_t size, void* host,
-                                cl_int* status) {
-  return FakeCL::active->create<cl_mem>("clCreateBuffer", text(flags, size, host != nullptr),
-                                        status);
-}
-
-cl_program CL_API_CALL createProgram(cl_context, cl_uint count, const char** texts,
-                                     const size_t* lengths, cl_int* status) {
-  FakeCL::active->source = texts[0];
-  return FakeCL::active->create<cl_program>("clCreateProgramWithSource",
-                                            text(count, lengths != nullptr), status);
-}
-
-cl_int CL_API_CALL buildProgram(cl_program, cl_uint devices, const cl_device_id*, const char*,
-                                void(CL_CALLBACK*)(cl_program, void*), void*) {
-  return FakeCL::active->enter("clBuildProgram", text(devices));
-}
-
-cl_kernel CL_API_CALL createKernel(cl_program, const char* name, cl_int* status) {
-  return FakeCL::active->create<cl_kernel>("clCreateKernel", "(" + std::string(name) + ")", status);
-}
-
-cl_int CL_API_CALL setKernelArg(cl_kernel, cl_uint index, size_t size, const void* value) {
-  cl_uint number = 0;
-  if (size == sizeof number) std::memcpy(&number, value, sizeof number);
-  return FakeCL::active->enter("clSetKernelArg", text(index, size, number));
-}
-
-cl_int enqueue(const char* function, const std::string& arguments, cl_event* event) {
-  cl_int status = CL_SUCCESS;
-  // A failing driver leaves the event as it is.
-  const auto created = FakeCL::active->create<cl_event>(function, arguments, &status);
-  if (status == CL_SUCCESS) *event = created;
-  return status;
-}
-
-cl_int CL_API_CALL enqueueCopy(cl_command_queue, cl_mem, cl_mem, size_t from, size_t to,
-                               size_t size, cl_uint, const cl_event*, cl_event* event) {
-  return enqueue("clEnqueueCopyBuffer", text(from, to, size), event);
-}
-
-cl_int CL_API_CALL enqueueKernel(cl_command_queue, cl_kernel, cl_uint dimensions, const size_t*,
-                                 const size_t* global, const size_t* local, cl_uint,
-                                 const cl_event*, cl_event* event) {
-  return enqueue("clEnqueueNDRangeKernel", text(dimensions, *global, *local), event);
-}
-
-cl_int CL_API_CALL finish(cl_command_queue) {
-  return FakeCL::active->enter("clFinish");
-}
-
-cl_int CL_API_CALL waitForEvents(cl_uint count, const cl_event*) {
-  return FakeCL::active->enter("clWaitForEvents", text(count));
-}
-
-cl_int CL_API_CALL profilingInfo(cl_event event, cl_profiling_info which, size_t size, void* value,
-                                 size_t*) {
-  FakeCL& fake = *FakeCL::active;
-  if (const cl_int status = fake.enter("clGetEventProfilingInfo", text(which, size))) return status;
-  const auto& [start, end] = fake.timesOf(event);
+cl_int clGetEventProfilingInfoDoes(cl_event event, cl_profiling_info which, size_t size,
+                                   void* value, size_t*) {
+  const FakeCL& fake = *FakeCL::active;
+  const auto& [start, end] = fake.times.at(std::min(fake.events.at(event), fake.times.size() - 1));
   std::memcpy(value, which == CL_PROFILING_COMMAND_END ? &end : &start, size);
   return CL_SUCCESS;
 }
 
-#define FAKE_RELEASE(name, Handle)                 \
-  cl_int CL_API_CALL name##Fake(Handle handle) {   \
-    return FakeCL::active->release(#name, handle); \
-  }
-FAKE_RELEASE(clReleaseContext, cl_context)
-FAKE_RELEASE(clReleaseCommandQueue, cl_command_queue)
-FAKE_RELEASE(clReleaseMemObject, cl_mem)
-FAKE_RELEASE(clReleaseProgram, cl_program)
-FAKE_RELEASE(clReleaseKernel, cl_kernel)
-FAKE_RELEASE(clReleaseEvent, cl_event)
-#undef FAKE_RELEASE
+template <class... Arguments>
+auto lastOf(Arguments... arguments) {
+  return std::get<sizeof...(arguments) - 1>(std::make_tuple(arguments...));
+}
 
-constexpr ZOR::OCL::EntryPoints kTable = {
-    getPlatformIDs,
-    getPlatformInfo,
-    getDeviceIDs,
-    getDeviceInfo,
-    createContext,
-    clReleaseContextFake,
-    createQueue,
-    clReleaseCommandQueueFake,
-    finish,
-    createBuffer,
-    clReleaseMemObjectFake,
-    enqueueCopy,
-    createProgram,
-    buildProgram,
-    clReleaseProgramFake,
-    createKernel,
-    clReleaseKernelFake,
-    setKernelArg,
-    enqueueKernel,
-    waitForEvents,
-    profilingInfo,
-    clReleaseEventFake,
+/// Release, creation of an object or of an event; nothing else is left to do.
+template <class Result, class... Arguments>
+Result usual(const char* function, cl_int status, Arguments... arguments) {
+  FakeCL& fake = *FakeCL::active;
+  const auto last = lastOf(arguments...);
+  if constexpr (!std::is_same_v<Result, cl_int>) {
+    *last = status;
+    return status == CL_SUCCESS ? static_cast<Result>(fake.create(function)) : nullptr;
+  } else {
+    if constexpr (std::is_pointer_v<decltype(last)>) {
+      if (std::string_view(function).substr(0, 9) == "clRelease") {
+        EXPECT_EQ(fake.alive.erase(last), 1U) << function;
+      }
+    }
+    // A failing driver leaves the event as it is.
+    if constexpr (std::is_same_v<decltype(last), cl_event* const>) {
+      if (status == CL_SUCCESS) {
+        *last = static_cast<cl_event>(fake.create(function));
+        fake.events.emplace(*last, fake.events.size());
+      }
+    }
+    return status;
+  }
+}
+
+template <class Function>
+struct Fake;
+
+template <class Result, class... Arguments>
+struct Fake<Result(CL_API_CALL*)(Arguments...)> {
+  template <const char* const& Name>
+  static Result CL_API_CALL call(Arguments... arguments) {
+    const cl_int status = FakeCL::active->enter(Name, textsOf(arguments...));
+    return usual<Result>(Name, status, arguments...);
+  }
+  template <const char* const& Name, Result (*Does)(Arguments...)>
+  static Result CL_API_CALL query(Arguments... arguments) {
+    const cl_int status = FakeCL::active->enter(Name, textsOf(arguments...));
+    return status == CL_SUCCESS ? Does(arguments...) : status;
+  }
 };
+
+#define FAKE_NAME(name) constexpr const char* const name##Name = #name;
+ZOR_CL_ENTRY_POINTS(FAKE_NAME)
+
+ZOR::OCL::EntryPoints fakeTable() {
+  ZOR::OCL::EntryPoints table;
+#define FAKE_CALL(name) table.name = Fake<decltype(table.name)>::call<name##Name>;
+  ZOR_CL_ENTRY_POINTS(FAKE_CALL)
+#define FAKE_QUERY(name) table.name = Fake<decltype(table.name)>::query<name##Name, name##Does>;
+  FAKE_QUERY(clGetPlatformIDs)
+  FAKE_QUERY(clGetPlatformInfo)
+  FAKE_QUERY(clGetDeviceIDs)
+  FAKE_QUERY(clGetDeviceInfo)
+  FAKE_QUERY(clGetEventProfilingInfo)
+  return table;
+}
 
 }  // namespace
 
-FakeCL::FakeCL() : fManager(kTable) {
+FakeCL::FakeCL() : fManager(fakeTable()) {
   active = this;
   ZOR::OCL::ExtensionManager::Replace(&fManager);
 }
@@ -202,31 +169,21 @@ FakeCL::~FakeCL() {
 }
 
 ZOR::OCL::Device FakeCL::device() const {
-  return ZOR::OCL::Device(handleOf<cl_device_id>(101));
+  return ZOR::OCL::Device(reinterpret_cast<cl_device_id>(size_t{101}));
 }
 
-cl_int FakeCL::enter(const char* function, const std::string& arguments) {
+cl_int FakeCL::enter(const std::string& function, const std::string& arguments) {
   calls.push_back(function + arguments);
   const auto& planned = statuses[function];
-  const unsigned call = ++counts[function];
-  const auto status = planned.find(call);
+  const auto status = planned.find(++counts[function]);
   return status == planned.end() ? CL_SUCCESS : status->second;
 }
 
-void* FakeCL::createObject(const char* function, const std::string& arguments, cl_int* status) {
-  *status = enter(function, arguments);
-  if (*status != CL_SUCCESS) return nullptr;
+void* FakeCL::create(const char* function) {
   // Odd, so that no driver takes it for an address, and never given out twice.
-  static size_t next = 0x1001;
-  void* handle = handleOf<void*>(next += 2);
+  const auto handle = reinterpret_cast<void*>(fNextHandle += 2);
   alive[handle] = function;
-  if (std::strncmp(function, "clEnqueue", 9) == 0) fEvents.emplace(handle, fEvents.size());
   return handle;
-}
-
-cl_int FakeCL::release(const char* function, void* handle) {
-  EXPECT_EQ(alive.erase(handle), 1U) << function;
-  return enter(function);
 }
 
 cl_int FakeCL::answer(cl_uint property, const std::string& bytes, size_t size, void* value,
@@ -235,8 +192,4 @@ cl_int FakeCL::answer(cl_uint property, const std::string& bytes, size_t size, v
   if (needed) *needed = claimed == claimedSizes.end() ? bytes.size() : claimed->second;
   if (value) std::memcpy(value, bytes.data(), std::min(size, bytes.size()));
   return CL_SUCCESS;
-}
-
-std::pair<cl_ulong, cl_ulong> FakeCL::timesOf(cl_event event) const {
-  return times.at(std::min(fEvents.at(event), times.size() - 1));
 }

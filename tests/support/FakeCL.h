@@ -29,7 +29,9 @@ class FakeCL {
   std::vector<std::pair<cl_ulong, cl_ulong>> times{{0, 5'000'000}};
 
   // What was done.
-  std::vector<std::string> calls;          // "clFinish", some with their arguments
+  /// "clFinish(p)": numbers and names as they are, sizes and values by their number, handles and
+  /// places for results as p, null as 0.
+  std::vector<std::string> calls;
   std::map<std::string, unsigned> counts;  // function -> calls
   std::map<const void*, std::string> alive;
   std::string source;  // of the last program
@@ -42,20 +44,14 @@ class FakeCL {
 
   // Used by the fake's functions.
   /// Notes the call and gives its status.
-  cl_int enter(const char* function, const std::string& arguments = "");
-  template <class Handle>
-  Handle create(const char* function, const std::string& arguments, cl_int* status) {
-    return static_cast<Handle>(createObject(function, arguments, status));
-  }
-  cl_int release(const char* function, void* handle);
+  cl_int enter(const std::string& function, const std::string& arguments);
+  void* create(const char* function);
   cl_int answer(cl_uint property, const std::string& bytes, size_t size, void* value,
                 size_t* needed) const;
-  std::pair<cl_ulong, cl_ulong> timesOf(cl_event event) const;
   static FakeCL* active;
+  std::map<const void*, size_t> events;  // handle -> how many came before
 
  private:
-  void* createObject(const char* function, const std::string& arguments, cl_int* status);
-
   ZOR::OCL::ExtensionManager fManager;
-  std::map<const void*, size_t> fEvents;
+  size_t fNextHandle = 0x1001;
 };

@@ -2,13 +2,10 @@
 
 #include "FakeCL.h"
 #include "core/Library.h"
-#include "ocl/CommandQueue.h"
 #include "ocl/Library.h"
 #include "ocl/Platform.h"
-#include "ocl/ReadText.h"
 
 using namespace ZOR::OCL;
-using testing::ElementsAre;
 
 namespace {
 
@@ -49,21 +46,6 @@ TEST(OCLPlatforms, AnyOtherStatusNamesTheCall) {
   }
 }
 
-TEST(OCLDevice, TextsOfAnySize) {
-  FakeCL fake;
-  const auto name = [&] { return fake.device().name(); };
-  fake.properties[CL_DEVICE_NAME] = std::string("Board X\0\0", 9);
-  EXPECT_EQ(name(), std::string("Board X\0\0", 9));
-  for (const size_t size : {size_t{0}, kLongestText + 1, ~size_t{0}}) {
-    fake.claimedSizes[CL_DEVICE_NAME] = size;
-    EXPECT_EQ(failure(name), "clGetDeviceInfo: status -30");
-  }
-  fake.claimedSizes[CL_DEVICE_NAME] = 1;
-  EXPECT_EQ(name(), "B");
-  fake.statuses["clGetDeviceInfo"] = {{fake.counts["clGetDeviceInfo"] + 2, -5}};
-  EXPECT_EQ(failure(name), "clGetDeviceInfo: status -5");
-}
-
 TEST(OCLDevice, PropertiesHaveOneType) {
   FakeCL fake;
   fake.set(CL_DEVICE_GLOBAL_MEM_SIZE, cl_ulong{1} << 40);
@@ -83,24 +65,6 @@ TEST(OCLDevice, PropertiesHaveOneType) {
   }
   EXPECT_EQ(fake.counts["clGetDeviceInfo"], calls);
   EXPECT_EQ(failure([] { Device().platform(); }), "clGetDeviceInfo: status -33");
-}
-
-TEST(OCLContext, OneDeviceAndAQueueThatProfiles) {
-  FakeCL fake;
-  const auto make = [&] {
-    const Context context(ContextProperties(platforms().at(0)), fake.device(), {});
-    const CommandQueue queue(context, fake.device(), false, true);
-    EXPECT_EQ(fake.alive.size(), 2U);
-  };
-  EXPECT_EQ(failure(make), "none");
-  fake.calls.erase(fake.calls.begin(), fake.calls.begin() + 2);
-  EXPECT_THAT(fake.calls,
-              ElementsAre("clCreateContext(4228, 1, 0, 1, 101, 0, 0)", "clCreateCommandQueue(2)",
-                          "clReleaseCommandQueue", "clReleaseContext"));
-  fake.statuses["clCreateCommandQueue"][2] = -35;
-  EXPECT_EQ(failure(make), "clCreateCommandQueue: status -35");
-  fake.statuses["clCreateContext"][3] = -2;
-  EXPECT_EQ(failure(make), "clCreateContext: status -2");
 }
 
 TEST(OCLLibrary, NeedsALoaderThatAnswers) {
