@@ -68,8 +68,7 @@ LocalTimeFields localTimeOfClock(double clockSeconds) {
 }
 
 LocalTimeFields localTimeOfUtc(std::int64_t microseconds) {
-  std::int64_t seconds = microseconds / kMicrosPerSecond;
-  if (microseconds % kMicrosPerSecond < 0) --seconds;
+  const std::int64_t seconds = microseconds / kMicrosPerSecond;
   const pt::ptime epoch(boost::gregorian::date(1970, 1, 1));
   const pt::ptime local =
       epoch + pt::microseconds(microseconds) + utcOffset(static_cast<std::time_t>(seconds));

@@ -9,6 +9,7 @@ namespace {
 // The newest policy alive.
 Fmt* newestPolicy = nullptr;
 
+// Signed numbers in decimal; unsigned ones show their width, so they are built from it.
 FmtFormats defaultFormats() {
   static const std::string unsignedInt = hexadecimalFormat(4, "");
   static const std::string unsignedLong = hexadecimalFormat(4, "l");

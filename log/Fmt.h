@@ -38,7 +38,9 @@ class Fmt {
   virtual ~Fmt();
 
   // Each appends the value in the format given.
+  // `format` is a printf format of the promoted type.
   virtual void renderPointer(std::string& out, std::uint64_t address, const char* format) const;
+  /// Escaped before it is formatted; "<nullptr>" without a format for null.
   virtual void renderString(std::string& out, const char* value, const char* format) const;
   virtual void renderDouble(std::string& out, double value, const char* format) const;
   virtual void renderFloat(std::string& out, float value, const char* format) const;
@@ -55,7 +57,9 @@ class Fmt {
   virtual void renderUnsignedChar(std::string& out, unsigned char value, const char* format) const;
   virtual void renderSignedChar(std::string& out, signed char value, const char* format) const;
   virtual void renderChar(std::string& out, char value, CharRenderer renderer) const;
+  /// `words` as in FmtFormats.
   virtual void renderBool(std::string& out, bool value, const char* words) const;
+  /// See fourCharCode(); `format` serves a code that is not printable.
   virtual void renderFourCharCode(std::string& out, std::uint32_t code, const char* format) const;
 
   /// The value in this policy's own format.

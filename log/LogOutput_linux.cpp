@@ -1,10 +1,13 @@
 #include <syslog.h>
 
 #include "LogPort.h"
+#include "LoggingLock.h"
 
 void logport::writeDebugText(const char* text) {
-  // A message arrives in pieces, but each syslog call is a record: one record per line.
-  thread_local std::string line;
+  // A message arrives in pieces, but each syslog call is a record: one record per line. Never
+  // destroyed: statics of other files may still log while the process ends.
+  static std::string& line = *new std::string;
+  const LoggingLock lock;
   line += text;
   for (auto end = line.find_first_of("\r\n"); end != std::string::npos;
        end = line.find_first_of("\r\n")) {

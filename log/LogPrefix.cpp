@@ -31,6 +31,7 @@ std::string formatLogPrefix(const PrefixValues& values) {
   run.add(flags & kPrefixYear, "%04d", values.time.year, "/");
   run.add(flags & kPrefixMonth, "%02d", values.time.month, "/");
   run.add(flags & kPrefixDay, "%02d", values.time.day, "");
+  // Between date and time, however much of either is there.
   if (flags & kPrefixDate) run.separator = "_";
   run.add(flags & kPrefixHour, "%02d", values.time.hour, ":");
   run.add(flags & kPrefixMinute, "%02d", values.time.minute, ":");

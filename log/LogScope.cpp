@@ -8,6 +8,7 @@
 
 LogScope::LogScope(const std::string& name, const char* file, int line)
     : fStart(0), fFile(file), fLine(line), fName(name) {
+  // Indentation belongs to the logger, which other threads may be using.
   const LoggingLock lock;
   log("BEGIN " + fName);
   nkutil::required(currentLogger()).indent();

@@ -6,6 +6,7 @@
 /// Lines between the two are indented by one blank more.
 class LogScope {
  public:
+  /// `file` is not copied.
   LogScope(const std::string& name, const char* file, int line);
   /// Never throws: an end that cannot be logged is left out.
   ~LogScope();

@@ -32,6 +32,7 @@ NKFileLogger::NKFileLogger() : NKLogger("nklog.txt"), fPath(logPath()) {
 
 NKFileLogger::~NKFileLogger() {
   NKFileLogger::flush();
+  // A run that logged nothing leaves no file.
   boost::system::error_code ignored;
   if (!fPath.empty() && fs::file_size(fPath, ignored) == 0) fs::remove(fPath, ignored);
 }

@@ -90,6 +90,7 @@ void NKLogger::log(const char* file, int line, const char* format, ...) {
   const LoggingLock lock;
   fPreviousTime = fCurrentTime;
   fCurrentTime = nowSeconds();
+  // The first message follows none, so it shows no time since one.
   if (fMessageCount == 0) fPreviousTime = fCurrentTime;
   va_list args;
   va_start(args, format);

@@ -24,10 +24,15 @@ class NKLogger : public nkutil::Stackable<NKLogger> {
   virtual std::string baseName(const char* path) const;
   /// Writes prefix, message and, where the text does not end a line itself, the line end.
   virtual void logv(const char* file, int line, const char* format, va_list args);
+  /// What a message begins with. Callers give their place; no kind prints it.
   virtual std::string prefix(const char* file, int line);
+  /// Empty, and no part of a message.
   virtual std::string lineStart() const;
+  /// Follows each message.
   virtual void flush();
+  /// Follows a text that does not end its line itself.
   virtual std::string lineEnd() const;
+  /// Takes one piece of a message. Failures of the output are its own: nothing reports them.
   virtual void write(const char* bytes, std::size_t count) = 0;
 
   /// Stamps, writes and counts one message.
@@ -64,7 +69,10 @@ class NKLogger : public nkutil::Stackable<NKLogger> {
 boost::shared_ptr<NKLogger> currentLogger();
 
 /// Holds the current logger and the logging lock for one statement; copies share both. Empty, with
-/// the lock released, when the logger is not active.
+/// the lock released, when the logger is not active:
+///
+///     const NKLoggerLock logger;
+///     if (logger) logger->log(__FILE__, __LINE__, "%s", text);
 class NKLoggerLock {
  public:
   NKLoggerLock();

@@ -17,6 +17,7 @@ SingleLineLogger::~SingleLineLogger() noexcept(false) {
 
 std::string SingleLineLogger::prefix(const char* file, int line) {
   std::string text = fPrefixes == 0 ? nkutil::required(previous()).prefix(file, line) : " ";
+  // Counted once it was produced: without a logger beneath no line was begun.
   ++fPrefixes;
   return text;
 }

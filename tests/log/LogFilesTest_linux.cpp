@@ -64,8 +64,9 @@ TEST_F(LogFiles, FirstLoggerOfAPathStartsAFreshFile) {
     NKFileLogger second;
     second.setFlags(0);
     second.log("f", 1, "two");
+    second.write("end", 3);
   }
-  EXPECT_EQ(contents(file), "one\nActivating new logger nklog.txt\ntwo\n");
+  EXPECT_EQ(contents(file), "one\nActivating new logger nklog.txt\ntwo\nend");
 }
 
 TEST_F(LogFiles, EmptyOrUnwritableFiles) {
@@ -105,34 +106,38 @@ TEST_F(LogFiles, DesktopFolder) {
   EXPECT_EQ(userDirs("conf", "\"/\""), "/");
 }
 
-// Each in a process of its own, because the default logger stays.
+// In a process of its own, because the default logger stays.
 TEST_F(LogFilesDeathTest, DefaultLoggerIsTheFile) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   const auto isFile = [this] {
     currentLogger()->setFlags(0);
     currentLogger()->log("f", 1, "no logger installed");
     const SnifferLogger above(nullptr);
+    const std::string written = contents(file);
+    fs::remove_all(home);
     return above.previous() && above.previous()->name() == "nklog.txt" &&
-           contents(file) == "no logger installed\nActivating new logger FILE*\n";
+           written == "no logger installed\nActivating new logger FILE*\n";
   };
   EXPECT_EXIT(std::exit(isFile() ? 0 : 1), testing::ExitedWithCode(0), "");
 }
 
-TEST_F(LogFilesDeathTest, SingleLineNeedsALoggerBeneath) {
+TEST(SingleLineLoggerDeathTest, NeedsALoggerBeneath) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
-  const auto throws = [](bool loggerLeaves) {
+  const auto throws = [](int messagesBefore, int messagesAfter) {
     auto beneath = std::make_unique<SnifferLogger>(nullptr);
-    if (!loggerLeaves) beneath.reset();
     try {
       SingleLineLogger joined;
-      joined.log("f", 1, "text");
+      for (int i = 0; i < messagesBefore; ++i) joined.log("f", 1, "text");
       beneath.reset();
+      for (int i = 0; i < messagesAfter; ++i) joined.log("f", 1, "text");
       return false;
     } catch (const std::exception& e) {
       return std::string(e.what()) == "Stackable: nullptr";
     }
   };
-  EXPECT_EXIT(std::exit(throws(false) && throws(true) ? 0 : 1), testing::ExitedWithCode(0), "");
+  // The prefix, the end of the line, and a text whose line cannot be ended either.
+  EXPECT_EXIT(std::exit(throws(0, 1) && throws(1, 0) && throws(1, 1) ? 0 : 1),
+              testing::ExitedWithCode(0), "");
 }
 
 TEST(SnifferLoggerDeathTest, SurvivesAFullOrClosedStream) {

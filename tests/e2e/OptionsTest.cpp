@@ -1,0 +1,93 @@
+#include <gtest/gtest.h>
+
+#include "Probe.h"
+
+namespace {
+
+const Lines kUsage = {
+    "Usage exception: usage",
+    "usage: ",
+    "    -help {show this message}",
+    "    -crashAfter=N {GPUSnifferTester should crash after N steps}",
+    "    -throwAfter=N {GPUSnifferTester should throw after N steps}",
+    "    -app=SomeApp {specify name of host app}",
+    "    -stdout=line_of_stdout {puts the line to stdout as-is}",
+    "    -stderr=line_of_stderr {puts the line to stderr as-is}",
+    "    -exit=N {app should exit with N}",
+    "    -verbose=N {verbosity level}",
+    "    -timeout=N {Mac only, SIGALRM kills sniffer after N seconds, if not finished}",
+    "    -comment=line_of_comment {outputs '# line_of_comment'}",
+    "    -hang=N {before exit, sleep for N milliseconds}",
+};
+
+/// The lines come before the report and the usage. Code 3 is a usage error, which has no report.
+void expectOutcome(const Lines& arguments, Lines out, Lines err, int code) {
+  const Lines& report = PlainReport();
+  const Outcome run = RunProbe({arguments});
+  const std::string trace = testing::PrintToString(arguments).substr(0, 200);
+  EXPECT_EQ(run.code, code) << trace;
+  if (code == 3)
+    err.insert(err.end(), kUsage.begin(), kUsage.end());
+  else
+    out.insert(out.end(), report.begin(), report.end());
+  EXPECT_TRUE(run.out == out) << trace << run.text.substr(0, 4000);
+  EXPECT_TRUE(run.err == err) << trace << testing::PrintToString(run.err).substr(0, 4000);
+}
+
+TEST(Options, NotUnderstood) {
+  for (const char* argument : {"-help", "-Help", "--help", "-help=", "-help=1", "stray", "exit=0",
+                               "", "-", "-=", "-=value", "-exit", "-Exit=0", "-exit =0", "-exi=0",
+                               "-exits=0", "--exit=0", " -exit=0"})
+    expectOutcome({argument}, {}, {}, 3);
+  // Help comes at once, so nothing behind it happens; all else waits for the end of the line.
+  expectOutcome({"-stdout=seen", "-help", "-stdout=unseen"}, {"seen"}, {}, 3);
+  expectOutcome({"-exit=5", "-stdout=a", "stray", "-stderr=e", "-comment=b"}, {"a", "# b"}, {"e"},
+                3);
+}
+
+TEST(Options, Texts) {
+  expectOutcome({"-comment=hello", "-comment="}, {"# hello", "# "}, {}, 0);
+  expectOutcome({"-stdout=a", "-stderr=x", "-stdout=b=c", "-stderr="}, {"a", "b=c"}, {"x", ""}, 0);
+  expectOutcome({"-stdout=\"a b\"", "-stdout=\"", "-stdout=\"\"", "-stdout="},
+                {"a b", "\"", "", ""}, {}, 0);
+  expectOutcome({"-stdout=\"a", "-stdout=a\"", "-stdout=\"a\"b\""}, {"\"a", "a\"", "a\"b"}, {}, 0);
+  expectOutcome({"-stdout=%s%n", "-comment=%s", "-stderr=%n"}, {"%s%n", "# %s"}, {"%n"}, 0);
+  expectOutcome({"-app=", "-app=Host", "-timeout=600", "-timeout=0", "-hang=0", "-hang=-1"}, {}, {},
+                0);
+  expectOutcome({"-verbose=1", "-verbose=none"}, {}, {}, 0);
+}
+
+TEST(Options, Integers) {
+  using Case = std::pair<const char*, int>;
+  for (const auto& [value, code] : {Case{"7", 7},
+                                    {"\"7\"", 7},
+                                    {" \t+7", 7},
+                                    {"0x10", 16},
+                                    {"0X1f", 31},
+                                    {"010", 8},
+                                    {"089", 0},
+                                    {"0x", 0},
+                                    {"12abc", 12},
+                                    {"abc", 0},
+                                    {"", 0},
+                                    {"4=4", 4},
+                                    // Of the code the system keeps the low byte.
+                                    {"-1", 255},
+                                    {"4294967301", 255},
+                                    {"-4294967291", 0}})
+    expectOutcome({"-exit=3", std::string("-exit=") + value}, {}, {}, code);
+  expectOutcome({"-crashAfter=0", "-crashAfter=-1"}, {}, {}, 0);
+  expectOutcome({"-throwAfter=0", "-throwAfter=4294967295"}, {}, {}, 0);
+}
+
+// Wine passes neither on.
+TEST(LinuxOptions, HugeAndNotUTF8) {
+  const std::string huge(100000, 'x'), bytes = "\xff\xfe\x80 \xc3(";
+  expectOutcome({"-stdout=" + huge, "-stderr=\"" + huge + "\"", "-app=" + huge}, {huge}, {huge}, 0);
+  expectOutcome({"-exit=" + std::string(100000, '9')}, {}, {}, 255);
+  expectOutcome({"-" + huge + "=1", "-x=" + huge, huge}, {}, {}, 3);
+  expectOutcome({"-stdout=" + bytes, "-comment=" + bytes}, {bytes, "# " + bytes}, {}, 0);
+  expectOutcome({"-" + bytes + "=1", bytes}, {}, {}, 3);
+}
+
+}  // namespace
