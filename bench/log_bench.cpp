@@ -16,7 +16,7 @@ namespace {
 void SilentStatement(benchmark::State& state) {
   channelLevel(gpuSnifferChannel) = 0;
   int index = 0;
-  for (auto _ : state) {
+  for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores)
     benchmark::DoNotOptimize(++index);
     SnifferLog{}("zorDevice[", index, "]=", "software");
   }

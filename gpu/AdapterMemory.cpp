@@ -1,0 +1,54 @@
+#include "AdapterMemory.h"
+
+#include <algorithm>
+
+#include "AdapterLog.h"
+
+namespace {
+
+// AMD and Intel make both kinds; their discrete parts have at least this much memory of their own.
+constexpr int32_t minDedicatedMBforDiscreteGPU = 128;
+
+// From here on an adapter's own memory counts alone.
+constexpr uint64_t kEnoughDedicatedBytes = 0x40000000;
+// Largest share of system memory, and largest total of an adapter that has such a share.
+constexpr uint64_t kMaxSharedBytes = 0x80000000;
+
+bool hasLittleMemory(const AdapterMemory& memory) {
+  AdapterLog(646)("minDedicatedMBforDiscreteGPU=", minDedicatedMBforDiscreteGPU);
+  const auto dedicatedMB = static_cast<int32_t>(memory.dedicatedVideo >> 20);
+  AdapterLog(648)("dedicatedMB=", dedicatedMB);
+  return dedicatedMB < minDedicatedMBforDiscreteGPU;
+}
+
+uint64_t addSystemShare(uint64_t numBytes, uint64_t sharedSystem, uint64_t installedRam) {
+  AdapterLog(664)("installedRam=", installedRam);
+  const auto toConsider = static_cast<uint64_t>(static_cast<double>(installedRam) * 0.25);
+  AdapterLog(666)("installedRamToConsiderForGPU=", toConsider);
+  const uint64_t canUse = std::min(toConsider, kMaxSharedBytes);
+  AdapterLog(669)("installedRamThatGPUCanUse=", canUse);
+  numBytes += std::min(canUse, sharedSystem);
+  AdapterLog(671)("numBytes=", numBytes);
+  return std::min(numBytes, kMaxSharedBytes);
+}
+
+}  // namespace
+
+bool LooksIntegrated(const AdapterMemory& memory) {
+  AdapterLog(642)("fAdapterDesc.VendorId=", memory.vendorID);
+  const bool makesBothKinds = memory.vendorID == kVendorAMD || memory.vendorID == kVendorIntel;
+  const bool integrated = makesBothKinds && hasLittleMemory(memory);
+  AdapterLog(653)("Looks like ", integrated ? "an integrated" : "a discrete", " GPU");
+  return integrated;
+}
+
+uint32_t UsableMemoryMB(const AdapterMemory& memory,
+                        const std::function<uint64_t()>& installedRAM) {
+  uint64_t numBytes = memory.dedicatedVideo + memory.dedicatedSystem;
+  if (numBytes < kEnoughDedicatedBytes && memory.sharedSystem > 0 && LooksIntegrated(memory)) {
+    numBytes = addSystemShare(numBytes, memory.sharedSystem, installedRAM());
+  }
+  const auto mb = static_cast<uint32_t>(numBytes >> 20);
+  AdapterLog(677)("DXGI RAM=", numBytes, "=", mb, "MB");
+  return mb;
+}

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <ostream>
+#include <string>
+
+// Conversions of UTF-16 texts, one unit per wchar_t, up to the terminating NUL.
+
+/// Units 32 to 126 as they are, every other one as "\x" and four lower-case hexadecimal digits.
+/// Null gives an empty text.
+std::string WideToEscapedAscii(const wchar_t* text);
+
+/// As in log lines: C escapes for \b \t \n \f \r, the backslash and the double quote; other
+/// units outside 32 to 126 as "\x" and four digits. Null gives "<nullptr>".
+std::string WideToLogText(const wchar_t* text);
+
+/// A piece of a log line, converted by WideToLogText only when the line is really written.
+struct WideLogPiece {
+  const wchar_t* text;
+};
+
+inline std::ostream& operator<<(std::ostream& stream, WideLogPiece piece) {
+  return stream << WideToLogText(piece.text);
+}

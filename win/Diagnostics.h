@@ -1,0 +1,27 @@
+#pragma once
+
+#include <exception>
+#include <iostream>
+
+#include "AdapterLog.h"
+
+/// Runs a reader's work. Any exception ends here: it is logged as "<operation> exception", with
+/// ": " and its text when it has one, and abandon takes what the work has left open.
+template <class Work, class Abandon>
+void GuardedRead(const char* operation, int textLine, int plainLine, Work work, Abandon abandon) {
+  try {
+    work();
+    return;
+  } catch (const std::exception& exception) {
+    AdapterLog(textLine)(operation, " exception: ", exception.what());
+  } catch (...) {
+    AdapterLog(plainLine)(operation, " exception");
+  }
+  abandon();
+}
+
+/// One text to the log and, as a line, to standard error.
+inline void LogAndPrint(int line, const char* text) {
+  AdapterLog(line)(text);
+  std::cerr << text << std::endl;
+}

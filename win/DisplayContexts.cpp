@@ -1,0 +1,40 @@
+#include "DisplayContexts.h"
+
+#include <boost/make_shared.hpp>
+
+#include "DescFormat.h"
+#include "Diagnostics.h"
+
+using ZOR::OGL::ContextOffscreen;
+using ZOR::OGL::DisplayDeviceKey;
+
+namespace {
+
+/// Null when the driver refuses.
+boost::shared_ptr<ContextOffscreen> createContext(const DisplayDeviceKey& key) {
+  try {
+    return boost::make_shared<ContextOffscreen>(key);
+  } catch (...) {
+    LogAndPrint(853, "ContextOffscreen exception caught and ignored.");
+    return {};
+  }
+}
+
+}  // namespace
+
+DisplayContexts CreateDisplayContexts() {
+  DisplayContexts contexts;
+  const uint64_t count = ZOR::OGL::Context::NumDisplayDevice();
+  AdapterLog(834)("zorNumDevices=", count);
+  for (uint64_t i = 0; i < count; ++i) {
+    AdapterLog(837)("zorDeviceIndex=", i);
+    DisplayDeviceKey key;
+    if (!ZOR::OGL::Context::DisplayDevice(i, key)) continue;
+    AdapterLog(843)("creating ContextOffscreen for ", Formatted(FormatDisplayDevice, key));
+    const auto context = createContext(key);
+    if (!context) continue;
+    AdapterLog(846)("zorDevice[", i, "]=", Formatted(FormatDisplayDevice, key));
+    contexts[key.deviceString] = {context, key};
+  }
+  return contexts;
+}

@@ -1,0 +1,70 @@
+#include "GPUImplWin.h"
+
+#include <algorithm>
+#include <boost/make_shared.hpp>
+
+#include "Diagnostics.h"
+#include "GLMemory.h"
+#include "GPU.h"
+
+GPUList GPUImplWin::DoGetGPUs() {
+  GPUList gpus;
+  try {
+    findGPUs(gpus);
+  } catch (...) {
+    LogAndPrint(962, "DoGetGPUs fails with exception");
+  }
+  return gpus;
+}
+
+void GPUImplWin::findGPUs(GPUList& gpus) {
+  const std::vector<WMIData> wmi = WMIData::GetAllDevices();
+  AdapterLog(873)("wmiNumDevices=", wmi.size());
+  const std::vector<DXGIData> dxgi = DXGIData::GetAllDevices();
+  AdapterLog(877)("dxgiNumDevices=", dxgi.size());
+  const DisplayContexts contexts = CreateDisplayContexts();
+  AdapterLog(883)("zorNumContexts=", contexts.size());
+
+  // A name is all that the three sources share.
+  ImplsByName impls;
+  joinRecords(dxgi, &GPUImplWin::fDXGIData, "DXGI", 909, contexts, impls);
+  joinRecords(wmi, &GPUImplWin::fWMIData, "WMI", 934, contexts, impls);
+  for (const auto& [name, impl] : impls) gpus.push_back(boost::make_shared<GLGPU>(impl));
+
+  if (!gpus.empty() || contexts.empty()) return;
+  AdapterLog(970)("successful context creation but no matching WMI or DXGI devices found");
+  const auto impl = boost::make_shared<GPUImplWin>();
+  impl->glContext = contexts.begin()->second.first;
+  gpus.push_back(boost::make_shared<GLGPU>(impl));
+}
+
+template <class Record>
+void GPUImplWin::joinRecords(const std::vector<Record>& records, Record GPUImplWin::*field,
+                             const char* service, int line, const DisplayContexts& contexts,
+                             ImplsByName& impls) {
+  for (const Record& record : records) {
+    const std::string name = record.GetName();
+    const auto found = contexts.find(name);
+    if (found == contexts.end()) {
+      AdapterLog(line)("ZOR Device for ", service, " ", name, " not found");
+      continue;
+    }
+    boost::shared_ptr<GPUImplWin>& impl = impls[name];
+    if (!impl) {
+      impl = boost::make_shared<GPUImplWin>();
+      impl->glContext = found->second.first;
+    }
+    (*impl).*field = record;
+  }
+}
+
+unsigned GPUImplWin::DoGetGLMemoryMB() {
+  // AdapterRAM has 32 bits: from 4 GiB on only the other two can tell.
+  const uint64_t bytes = std::max<uint64_t>(
+      fWMIData.GetVideoMemory(),
+      GLMemoryBytes(*this, fDXGIData.GetVendorID(), "GPUImplWin::DoGetGLMemoryMB"));
+  const auto wmiMB = static_cast<uint32_t>(bytes >> 20);
+  const uint32_t dxgiMB = fDXGIData.GetVideoMemory();
+  AdapterLog(769)("wmiVRAM=", wmiMB, " dxgiVRAM=", dxgiMB);
+  return std::max(wmiMB, dxgiMB);
+}

@@ -1,0 +1,4 @@
+#include "WindowsApi.h"
+
+WindowsApi windowsApi = {&::CreateDXGIFactory, &::CoInitializeEx, &::CoCreateInstance,
+                         &::CoSetProxyBlanket, &::CoUninitialize, &::GlobalMemoryStatusEx};
