@@ -4,41 +4,54 @@
 #include <string>
 #include <vector>
 
-/// How the kinds of values stand in the report. Texts are quoted and never escaped.
-inline std::string ReportValue(const std::string& text) {
-  return '"' + text + '"';
+// How the kinds of values stand in the report.
+
+/// Quoted and never escaped.
+inline void AppendValue(std::string& line, const std::string& text) {
+  line += '"';
+  line += text;
+  line += '"';
 }
 /// A null text is an empty one.
-inline std::string ReportValue(const char* text) {
-  return ReportValue(std::string(text ? text : ""));
+inline void AppendValue(std::string& line, const char* text) {
+  AppendValue(line, std::string(text ? text : ""));
 }
-inline std::string ReportValue(bool flag) {
-  return flag ? "1" : "0";
+inline void AppendValue(std::string& line, bool flag) {
+  line += flag ? '1' : '0';
 }
-inline std::string ReportValue(int number) {
-  return std::to_string(number);
+inline void AppendValue(std::string& line, int number) {
+  line += std::to_string(number);
 }
-inline std::string ReportValue(unsigned number) {
-  return std::to_string(number);
+inline void AppendValue(std::string& line, unsigned number) {
+  line += std::to_string(number);
 }
 /// Six significant digits, with an exponent where that is shorter.
-inline std::string ReportValue(double number) {
+inline void AppendValue(std::string& line, double number) {
   std::ostringstream text;
   text << number;
-  return text.str();
+  line += text.str();
 }
 /// "[a, b]"
-inline std::string ReportValue(const std::vector<int>& numbers) {
-  std::string text = "[";
+inline void AppendValue(std::string& line, const std::vector<int>& numbers) {
+  const char* separator = "";
+  line += '[';
   for (const int number : numbers) {
-    if (text.size() > 1) text += ", ";
-    text += ReportValue(number);
+    line += separator;
+    AppendValue(line, number);
+    separator = ", ";
   }
-  return text + "]";
+  line += ']';
 }
 
 /// One line of the report, without its end.
 template <class Value>
 std::string ReportLine(const std::string& key, const Value& value) {
-  return key + "=" + ReportValue(value);
+  // Most lines fit, so one allocation serves for the whole line.
+  constexpr size_t kUsualLength = 120;
+  std::string line;
+  line.reserve(kUsualLength);
+  line += key;
+  line += '=';
+  AppendValue(line, value);
+  return line;
 }

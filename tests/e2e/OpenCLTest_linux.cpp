@@ -138,7 +138,7 @@ void expectEffect(const Effect& effect, const Lines& healthy, const Outcome& out
   EXPECT_EQ(outcome.out, expected);
 }
 
-TEST(OpenCLFaults, EachCallFailsInTurn) {
+TEST(LinuxOpenCLFaults, EachCallFailsInTurn) {
   const Outcome healthy = run();
   ASSERT_EQ(healthy.code, 0);
   ASSERT_THAT(healthy.out, Contains("NumCLGPUs=1"));
@@ -163,7 +163,7 @@ TEST(OpenCLFaults, EachCallFailsInTurn) {
   std::cout << failed << " OpenCL calls were made to fail" << std::endl;
 }
 
-TEST(OpenCLFaults, OfOtherKinds) {
+TEST(LinuxOpenCLFaults, OfOtherKinds) {
   const Lines healthy = run().out;
   for (const char* size : {"0", "1", "1048577", "18446744073709551615"}) {
     const Outcome sized = run(std::string("CL_FAULT=clGetDeviceInfo:2:size=") + size);
@@ -222,7 +222,7 @@ std::string listed(const std::string& environment, const std::string& property) 
   return outcome.out.empty() ? "" : outcome.out[0];
 }
 
-TEST(OpenCLTexts, AreThoseOfClinfo) {
+TEST(LinuxOpenCLTexts, AreThoseOfClinfo) {
   const std::string rusticl = std::string(kMachine) +
                               R"(cp /etc/OpenCL/vendors/rusticl.icd "$0"; rm "$0/pocl.icd";)"
                               "export RUSTICL_ENABLE=llvmpipe RUSTICL_DEVICE_TYPE=gpu;";
