@@ -7,6 +7,11 @@ if(GPUPROBE_SANITIZE)
                                                   -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(gpuprobe_flags INTERFACE -fsanitize=address,undefined)
 endif()
+if(GPUPROBE_FUZZ)
+  target_compile_options(gpuprobe_flags INTERFACE -g -fsanitize=fuzzer-no-link,address,undefined
+                                                  -fno-sanitize-recover=all)
+  target_link_options(gpuprobe_flags INTERFACE -fsanitize=address,undefined)
+endif()
 
 # One static library per folder: gpuprobe_layer(<folder> SOURCES ... USES <folders>).
 # Only the folder itself and what it USES is on the include path.

@@ -32,12 +32,17 @@ uint64_t addSystemShare(uint64_t numBytes, uint64_t sharedSystem, uint64_t insta
   return std::min(numBytes, kMaxSharedBytes);
 }
 
+bool judge(const AdapterMemory& memory) {
+  if (memory.knownIntegrated) return *memory.knownIntegrated;
+  const bool makesBothKinds = memory.vendorID == kVendorAMD || memory.vendorID == kVendorIntel;
+  return makesBothKinds && hasLittleMemory(memory);
+}
+
 }  // namespace
 
 bool LooksIntegrated(const AdapterMemory& memory) {
   AdapterLog(642)("fAdapterDesc.VendorId=", memory.vendorID);
-  const bool makesBothKinds = memory.vendorID == kVendorAMD || memory.vendorID == kVendorIntel;
-  const bool integrated = makesBothKinds && hasLittleMemory(memory);
+  const bool integrated = judge(memory);
   AdapterLog(653)("Looks like ", integrated ? "an integrated" : "a discrete", " GPU");
   return integrated;
 }

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 
 /// PCI vendors with a rule of their own.
 inline constexpr uint32_t kVendorAMD = 0x1002;
@@ -14,10 +15,12 @@ struct AdapterMemory {
   uint64_t dedicatedVideo = 0;
   uint64_t dedicatedSystem = 0;
   uint64_t sharedSystem = 0;
+  /// The verdict of a system that knows better than the maker and the sizes can tell.
+  std::optional<bool> knownIntegrated = {};
 };
 
-/// Whether an adapter shares the processor's memory, judged by its maker and its own memory.
-/// Logs the verdict.
+/// Whether an adapter shares the processor's memory, judged by its maker and its own memory
+/// unless the system knows. Logs the verdict.
 bool LooksIntegrated(const AdapterMemory& memory);
 
 /// MiB that the adapter can use, counting a share of system memory for small integrated parts.

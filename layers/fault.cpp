@@ -1,8 +1,6 @@
 // Makes chosen calls go wrong, for tests:
 //
-//   CL_FAULT=clFinish:2:-5          the second clFinish returns -5 without reaching the driver (a
-//   release
-//                                   reaches it all the same, or nobody could tell its leaks apart)
+//   CL_FAULT=clFinish:2:-5          the second clFinish returns -5 without reaching the driver
 //   CL_FAULT=clFinish:2:sleep=500   it sleeps 500 milliseconds first
 //   CL_FAULT=clFinish:2:crash       it ends the process with a fault (SIGILL)
 //   CL_FAULT=clFinish:*:-5          every one
@@ -10,7 +8,8 @@
 //   CL_SHORT=1                      kernels run one work-group, copies move 4 KiB
 //   CL_FAULT_COUNTS=FILE            at exit, one line "function calls faults" for each function
 //
-// The number counts the calls of that function in this process, from 1.
+// The number counts the calls of that function in this process, from 1. A release that fails
+// still reaches the driver, or its leak would hide ours.
 
 #include <chrono>
 #include <cstdlib>

@@ -1,6 +1,9 @@
 #include "GLDriverText.h"
 
 #include <algorithm>
+#include <iterator>
+
+#include "AdapterMemory.h"
 
 namespace {
 
@@ -8,6 +11,22 @@ namespace {
 constexpr std::string_view kProfileRemarks[] = {
     "(Compatibility Profile)", "(Core Profile)",  "Compatibility Profile Context",
     "Core Profile Context",    "Profile Context",
+};
+
+// Mesa's two of today, its two of yesterday, and Google's.
+constexpr std::string_view kSoftwareRenderers[] = {
+    "llvmpipe", "softpipe", "Software Rasterizer", "SWR", "Google SwiftShader",
+};
+
+struct MakersDriver {
+  std::string_view glVendor;
+  uint32_t vendorID;
+};
+
+constexpr MakersDriver kMakersDrivers[] = {
+    {"NVIDIA Corporation", kVendorNVIDIA},
+    {"ATI Technologies Inc.", kVendorAMD},
+    {"Advanced Micro Devices, Inc.", kVendorAMD},
 };
 
 void skipBlanks(std::string_view& text) {
@@ -27,4 +46,16 @@ std::string DriverVersionFromGLVersion(std::string_view glVersion) {
     break;
   }
   return std::string(glVersion);
+}
+
+bool IsSoftwareRenderer(std::string_view glRenderer) {
+  return std::any_of(
+      std::begin(kSoftwareRenderers), std::end(kSoftwareRenderers),
+      [&](std::string_view name) { return glRenderer.substr(0, name.size()) == name; });
+}
+
+uint32_t VendorIDOfOwnDriver(std::string_view glVendor) {
+  for (const MakersDriver& driver : kMakersDrivers)
+    if (driver.glVendor == glVendor) return driver.vendorID;
+  return 0;
 }

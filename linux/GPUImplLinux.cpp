@@ -1,55 +1,21 @@
 #include "GPUImplLinux.h"
 
+#include <algorithm>
 #include <boost/make_shared.hpp>
 #include <iostream>
 
+#include "AdapterJoin.h"
 #include "GLDriverText.h"
+#include "GLMemory.h"
 #include "GPU.h"
+#include "PCINames.h"
 #include "SnifferLog.h"
-#include "core/Exceptions.h"
-
-using ZOR::OGL::Context;
-using ZOR::OGL::ContextOffscreen;
-using ZOR::OGL::DisplayDeviceKey;
 
 namespace {
 
-/// GL_VERSION, whose enumerant is fixed by OpenGL 1.0.
+/// Fixed by OpenGL 1.0.
+constexpr unsigned kGLVendor = 0x1F00;
 constexpr unsigned kGLVersion = 0x1F02;
-
-struct DeviceContext {
-  DisplayDeviceKey key;
-  boost::shared_ptr<ContextOffscreen> context;
-};
-
-bool isSoftware(const DisplayDeviceKey& key) {
-  return key.deviceName == ZOR::OGL::kSoftwareDeviceName;
-}
-
-std::vector<DeviceContext> createDeviceContexts() {
-  std::vector<DeviceContext> contexts;
-  const uint64_t count = Context::NumDisplayDevice();
-  SnifferLog{}("zorNumDevices=", count);
-  for (uint64_t i = 0; i < count; ++i) {
-    DisplayDeviceKey key;
-    if (!Context::DisplayDevice(i, key)) continue;
-    try {
-      contexts.push_back({key, boost::make_shared<ContextOffscreen>(key)});
-      SnifferLog{}("zorDevice[", i, "]=", key.deviceName, ' ', key.deviceString);
-    } catch (const ZOR::ExceptionBase& e) {
-      SnifferLog{}("no context on zorDevice[", i, "]=", key.deviceName, ": ", e.what());
-    }
-  }
-  return contexts;
-}
-
-/// A software renderer stands in only where no hardware answers.
-void preferHardware(std::vector<DeviceContext>& contexts) {
-  std::vector<DeviceContext> hardware;
-  for (const DeviceContext& entry : contexts)
-    if (!isSoftware(entry.key)) hardware.push_back(entry);
-  if (!hardware.empty()) contexts.swap(hardware);
-}
 
 void reportFailure(const std::string& text) {
   SnifferLog{}(text);
@@ -61,15 +27,7 @@ void reportFailure(const std::string& text) {
 GPUList GPUImplLinux::DoGetGPUs() {
   GPUList gpus;
   try {
-    std::vector<DeviceContext> contexts = createDeviceContexts();
-    preferHardware(contexts);
-    for (const DeviceContext& entry : contexts) {
-      const auto impl = boost::make_shared<GPUImplLinux>();
-      impl->fContext = entry.context;
-      impl->glContext = entry.context;
-      gpus.push_back(boost::make_shared<GLGPU>(impl));
-    }
-    if (gpus.empty()) SnifferLog{}("no OpenGL device gives a context");
+    findGPUs(gpus);
   } catch (const std::exception& e) {
     reportFailure(std::string("DoGetGPUs fails with exception: ") + e.what());
   } catch (...) {
@@ -78,10 +36,91 @@ GPUList GPUImplLinux::DoGetGPUs() {
   return gpus;
 }
 
+void GPUImplLinux::findGPUs(GPUList& gpus) const {
+  // The contexts come first: they wake their adapters, so that these can tell their memory.
+  const DisplayContexts devices = CreateDisplayContexts();
+  std::vector<DRMData> adapters = DRMData::GetAllDevices(fRoot);
+  NameAdapters(fRoot, adapters);
+  for (size_t i = 0; i < adapters.size(); ++i) SnifferLog{}("adapter[", i, "]", adapters[i].Desc());
+
+  Impls impls = makeImpls(devices.contexts);
+  const auto software = std::stable_partition(impls.begin(), impls.end(),
+                                              [](const auto& impl) { return !impl->fSoftware; });
+  if (software != impls.begin()) {
+    impls.erase(software, impls.end());
+    joinAdapters(impls, adapters);
+  } else {
+    LogUnusedHardware(fRoot, adapters, devices.failures);
+    if (impls.size() > 1) impls.resize(1);
+  }
+  for (const auto& impl : impls) gpus.push_back(boost::make_shared<GLGPU>(impl));
+  if (gpus.empty()) SnifferLog{}("no OpenGL device gives a context");
+}
+
+GPUImplLinux::Impls GPUImplLinux::makeImpls(const std::vector<DeviceContext>& contexts) {
+  Impls impls;
+  for (const DeviceContext& entry : contexts) {
+    const auto impl = boost::make_shared<GPUImplLinux>();
+    impl->fContext = entry.context;
+    impl->glContext = entry.context;
+    impl->fDeviceName = entry.key.deviceName;
+    impl->fSoftware = impl->drawsInSoftware();
+    impls.push_back(impl);
+  }
+  return impls;
+}
+
+void GPUImplLinux::joinAdapters(Impls& hardware, const std::vector<DRMData>& adapters) {
+  std::vector<std::string> names;
+  for (const auto& impl : hardware) names.push_back(impl->fDeviceName);
+  Impls joined;
+  for (const AdapterJoin& join : JoinByNode(names, adapters)) {
+    joined.push_back(hardware[join.device]);
+    if (join.adapter) joined.back()->fAdapter = *join.adapter;
+  }
+  hardware.swap(joined);
+}
+
+bool GPUImplLinux::drawsInSoftware() {
+  if (fDeviceName == ZOR::OGL::kSoftwareDeviceName) return true;
+  try {
+    // On a card that it has no driver for, Mesa may draw in software.
+    if (!IsSoftwareRenderer(DoGetGLRenderer())) return false;
+    SnifferLog{}(fDeviceName, ": its context draws in software");
+    return true;
+  } catch (const std::exception& e) {
+    SnifferLog{}(fDeviceName, ": no renderer: ", e.what());
+    return false;
+  }
+}
+
+uint32_t GPUImplLinux::memoryVendorID() {
+  if (fSoftware) return 0;
+  const uint32_t vendorID = fAdapter.GetVendorID();
+  return vendorID ? vendorID : VendorIDOfOwnDriver(glText(kGLVendor));
+}
+
+unsigned GPUImplLinux::DoGetGLMemoryMB() {
+  // A negative figure of the driver is a huge one here, and none that a card could have.
+  constexpr uint64_t kMaxBytes = uint64_t{1} << 50;
+  const uint64_t bytes = GLMemoryBytes(*this, memoryVendorID(), "GPUImplLinux::DoGetGLMemoryMB");
+  const uint32_t glMB = bytes < kMaxBytes ? static_cast<uint32_t>(bytes >> 20) : 0;
+  const uint32_t systemMB = fAdapter.GetVideoMemory();
+  SnifferLog{}("glVRAM=", glMB, " systemVRAM=", systemMB);
+  return std::max(glMB, systemMB);
+}
+
+std::string GPUImplLinux::DoGetGLName() {
+  const std::string name = fAdapter.GetName();
+  return name.empty() ? DoGetGLRenderer() : name;
+}
+
 std::string GPUImplLinux::DoGetGLDriverVersion() {
-  return DriverVersionFromGLVersion(glText(kGLVersion));
+  const std::string version = DriverVersionFromGLVersion(glText(kGLVersion));
+  return version.empty() ? fAdapter.Desc().driverVersion : version;
 }
 
 std::string GPUImplLinux::DoGetGLDriver() {
-  return fContext->driverName();
+  const std::string& driver = fAdapter.Desc().driver;
+  return driver.empty() ? fContext->driverName() : driver;
 }

@@ -1,27 +1,49 @@
 #pragma once
 
-#include <boost/shared_ptr.hpp>
+#include <filesystem>
+#include <vector>
 
+#include "DRMData.h"
+#include "DisplayContexts.h"
 #include "GPUImplHardware.h"
-#include "ogl/ContextOffscreen.h"
 
-/// The Linux implementation: one OpenGL GPU per EGL device that gives a context.
+/// One GPU on Linux: OpenGL and OpenCL answer as everywhere; identifiers, names, memory, the
+/// driver's name and the integrated verdict come from the kernel's description of the adapter.
 class GPUImplLinux : public GPUImplHardware {
  public:
-  /// Software renderers are listed only when no hardware device gives a context. A device that
-  /// gives none is named in the diagnostics. Never throws: what was found so far is returned, and
+  explicit GPUImplLinux(std::filesystem::path root = "/") : fRoot(std::move(root)) {}
+
+  /// One GPU per adapter that gives a context, in the order of DRMData::GetAllDevices, then one per
+  /// hardware device whose adapter is unknown. A software renderer stands in only where no hardware
+  /// answers; the diagnostics then say why. Never throws: what was found so far is returned, and
   /// one line on standard error says what went wrong.
   GPUList DoGetGPUs() override;
 
-  unsigned DoGetGLMemoryMB() override { return 0; }
-  unsigned DoGetGLVendorID() override { return 0; }
+  /// The larger of the system's figure and, for AMD and NVIDIA, OpenGL's.
+  unsigned DoGetGLMemoryMB() override;
+  std::string DoGetGLName() override;
+  unsigned DoGetGLVendorID() override { return fAdapter.GetVendorID(); }
   std::string DoGetGLDriverVersion() override;
-  unsigned DoGetGLRendererID() override { return 0; }
+  unsigned DoGetGLRendererID() override { return fAdapter.GetDeviceID(); }
   std::string DoGetGLDriver() override;
+  std::string DoGetGLDriverDate() override { return fAdapter.Desc().driverDate; }
+  bool DoIsIntegratedGLGPU() override { return fAdapter.IsIntegrated(); }
 
   GPUList DoGetNativeGPUs() override { return {}; }
   std::string DoGetNativeName() override { return {}; }
 
  private:
+  using Impls = std::vector<boost::shared_ptr<GPUImplLinux>>;
+
+  void findGPUs(GPUList& gpus) const;
+  static Impls makeImpls(const std::vector<DeviceContext>& contexts);
+  static void joinAdapters(Impls& hardware, const std::vector<DRMData>& adapters);
+  bool drawsInSoftware();
+  uint32_t memoryVendorID();
+
+  std::filesystem::path fRoot;
   boost::shared_ptr<ZOR::OGL::ContextOffscreen> fContext;
+  std::string fDeviceName;
+  bool fSoftware = false;
+  DRMData fAdapter;
 };

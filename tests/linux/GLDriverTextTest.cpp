@@ -21,3 +21,14 @@ TEST(GLDriverText, VersionOfEveryMakersText) {
   };
   for (const auto& c : cases) EXPECT_EQ(DriverVersionFromGLVersion(c.glVersion), c.driver);
 }
+
+TEST(GLDriverText, KindOfDriver) {
+  for (const char* software :
+       {"llvmpipe (LLVM 15.0.6, 256 bits)", "softpipe", "Software Rasterizer"})
+    EXPECT_TRUE(IsSoftwareRenderer(software));
+  for (const char* hardware : {"AMD Radeon Graphics (renoir, LLVM 15.0.6)", "", "virgl (llvmpipe)"})
+    EXPECT_FALSE(IsSoftwareRenderer(hardware));
+  EXPECT_EQ(VendorIDOfOwnDriver("NVIDIA Corporation"), 0x10DEU);
+  EXPECT_EQ(VendorIDOfOwnDriver("ATI Technologies Inc."), 0x1002U);
+  EXPECT_EQ(VendorIDOfOwnDriver("Mesa"), 0U);
+}

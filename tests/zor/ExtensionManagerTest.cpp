@@ -13,7 +13,7 @@ using ZOR::OGL::ExtensionManager;
 using ZOR::OGL::ParseGLVersion;
 
 TEST(GLVersionText, LeadingNumberOfEveryMakersText) {
-  const std::tuple<const char*, int, int, int> cases[] = {
+  const std::tuple<const char*, unsigned, unsigned, unsigned> cases[] = {
       {"4.5 (Compatibility Profile) Mesa 22.3.6", 4, 5, 0},
       {"4.6.14761 Compatibility Profile Context 21.40.1", 4, 6, 14761},
       {"4.4.0 - Build 20.19.15.4549", 4, 4, 0},
@@ -23,6 +23,8 @@ TEST(GLVersionText, LeadingNumberOfEveryMakersText) {
       {"", 0, 0, 0},
       {"OpenGL ES 3.2", 0, 0, 0},
       {"99999999999.1", 0, 1, 0},
+      {".1", 0, 0, 0},
+      {"-4.5", 0, 0, 0},
   };
   for (const auto& [text, major, minor, release] : cases) {
     const ZOR::OGL::GLVersion v = ParseGLVersion(text);

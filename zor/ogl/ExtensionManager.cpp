@@ -49,10 +49,10 @@ GLVersion ParseGLVersion(std::string_view text) {
   GLVersion version;
   const char* at = text.data();
   const char* const end = at + text.size();
-  for (int* part : {&version.major, &version.minor, &version.release}) {
-    at = std::from_chars(at, end, *part).ptr;
-    if (at == end || *at != '.') break;
-    ++at;
+  for (unsigned* part : {&version.major, &version.minor, &version.release}) {
+    const char* const rest = std::from_chars(at, end, *part).ptr;
+    if (rest == at || rest == end || *rest != '.') break;
+    at = rest + 1;
   }
   return version;
 }

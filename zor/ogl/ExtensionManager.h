@@ -13,9 +13,9 @@ class OpenGLInterceptor;
 enum OpenGLExtension : unsigned { Version_2_0 = 5, Version_3_0 = 7 };
 
 struct GLVersion {
-  int major = 0;
-  int minor = 0;
-  int release = 0;
+  unsigned major = 0;
+  unsigned minor = 0;
+  unsigned release = 0;
 };
 
 /// The leading number of a GL_VERSION text; zeros for what it does not hold.

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+class DRMData;
+struct DRMAdapterDesc;
+
+/// A display device that gave no context, and what the library said.
+struct FailedDevice {
+  std::string deviceName;
+  std::string error;
+};
+
+/// A node of /dev/dri as this process may use it: 0, or why not (an errno value).
+struct NodeAccess {
+  std::string file;
+  int error;
+};
+
+/// Why no context came of an adapter.
+std::string UnusedReason(const DRMAdapterDesc& desc, const std::vector<NodeAccess>& nodes,
+                         const std::vector<FailedDevice>& failures);
+
+/// One diagnostic for each display adapter of the machine, those without a DRM device included,
+/// that says why it isn't used; one when there is none at all.
+void LogUnusedHardware(const std::filesystem::path& root, const std::vector<DRMData>& adapters,
+                       const std::vector<FailedDevice>& failures);

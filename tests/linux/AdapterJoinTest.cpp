@@ -1,0 +1,82 @@
+#include "AdapterJoin.h"
+
+#include <gmock/gmock.h>
+
+#include <cerrno>
+
+#include "DRMData.h"
+#include "LogCapture.h"
+#include "SysfsTree.h"
+#include "UnusedHardware.h"
+
+namespace {
+
+using testing::HasSubstr;
+
+std::string joined(const char* machine, const std::vector<std::string>& deviceNames) {
+  const SysfsTree tree(SysfsTree::Recorded(machine));
+  const std::vector<DRMData> adapters = DRMData::GetAllDevices(tree.root());
+  std::string text;
+  for (const AdapterJoin& join : JoinByNode(deviceNames, adapters))
+    text += std::to_string(join.device) + "=" +
+            (join.adapter ? join.adapter->Desc().address : "none") + " ";
+  return text;
+}
+
+TEST(AdapterJoin, ByNodeInTheOrderOfTheAdapters) {
+  const struct {
+    const char* machine;
+    std::vector<std::string> devices;
+    const char* joins;
+  } cases[] = {
+      {"intel-nvidia-hybrid",
+       {"/dev/dri/card0", "/dev/dri/card1"},
+       "1=0000:00:02.0 0=0000:01:00.0 "},
+      // Two makers' libraries know the same card, one by its render node.
+      {"intel-nvidia-hybrid",
+       {"/dev/dri/card0", "/dev/dri/card1", "/dev/dri/renderD128"},
+       "1=0000:00:02.0 0=0000:01:00.0 "},
+      {"amd-twins", {"/dev/dri/card1", "/dev/dri/card3"}, "1=0000:02:00.0 0=0000:01:00.0 "},
+      {"amd-twins", {"/dev/dri/card1"}, "0=0000:01:00.0 "},
+      {"render-only",
+       {"/dev/dri/renderD135", "/dev/dri/renderD128"},
+       "1=0000:c1:00.0 0=10000:e1:00.0 "},
+      {"soc", {"/dev/dri/renderD128"}, "0=fec00000.v3d "},
+      {"nvidia-no-drm", {"", ""}, "0=none 1=none "},
+      {"nvidia",
+       {"default", "", "/dev/dri/card0", "/dev/dri/card"},
+       "2=0000:01:00.0 0=none 1=none 3=none "},
+      {"no-drm", {}, ""},
+  };
+  for (const auto& c : cases) EXPECT_EQ(joined(c.machine, c.devices), c.joins) << c.machine;
+}
+
+TEST(AdapterJoin, SaysWhatWasLeftOut) {
+  LogCapture log;
+  joined("nvidia", {"/dev/dri/card0", "/dev/dri/renderD128", ""});
+  const std::string said = log.take();
+  EXPECT_THAT(said, HasSubstr("context[0]=/dev/dri/card0 joined to adapter 0000:01:00.0\n"));
+  EXPECT_THAT(said, HasSubstr("context[1]=/dev/dri/renderD128 left out: adapter 0000:01:00.0 has "
+                              "context[0]=/dev/dri/card0\n"));
+  EXPECT_THAT(said, HasSubstr("context[2]= joined to no adapter"));
+}
+
+TEST(AdapterJoin, WhyHardwareIsNotUsed) {
+  DRMAdapterDesc desc;
+  desc.driver = "i915";
+  desc.nodes = {"card0", "renderD128"};
+  const std::vector<NodeAccess> open = {{"card0", 0}, {"renderD128", 0}};
+  // A user who isn't at the screen may not use the card node; that is no reason.
+  const std::vector<NodeAccess> locked = {{"card0", EACCES}, {"renderD128", EACCES}};
+  const std::vector<NodeAccess> usual = {{"card0", EACCES}, {"renderD128", 0}};
+  const std::vector<NodeAccess> missing = {{"card0", ENOENT}, {"renderD128", ENOENT}};
+  const std::vector<FailedDevice> failed = {{"", "other"}, {"/dev/dri/card0", "eglInitialize: X"}};
+  EXPECT_EQ(UnusedReason(desc, open, failed), "eglInitialize: X");
+  EXPECT_EQ(UnusedReason(desc, usual, {}), "EGL lists no device for it");
+  EXPECT_EQ(UnusedReason(desc, locked, failed), "renderD128: Permission denied, eglInitialize: X");
+  EXPECT_EQ(UnusedReason(desc, missing, {}), "renderD128: No such file or directory");
+  desc.driver = "";
+  EXPECT_EQ(UnusedReason(desc, open, failed), "no driver is bound to it");
+}
+
+}  // namespace

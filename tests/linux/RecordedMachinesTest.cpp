@@ -1,0 +1,62 @@
+#include <gtest/gtest.h>
+
+#include <boost/algorithm/string/replace.hpp>
+#include <cstdlib>
+#include <fstream>
+#include <regex>
+#include <sstream>
+
+#include "DRMData.h"
+#include "LogCapture.h"
+#include "PCINames.h"
+#include "SysfsTree.h"
+#include "UnusedHardware.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::vector<std::string> machines() {
+  std::vector<std::string> names;
+  for (const auto& entry : fs::directory_iterator(GPUPROBE_MACHINES))
+    names.push_back(entry.path().filename());
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+/// What a reader of the diagnostics would see, and the two verdicts.
+std::string describe(const SysfsTree& tree) {
+  LogCapture log;
+  std::vector<DRMData> adapters = DRMData::GetAllDevices(tree.root());
+  NameAdapters(tree.root(), adapters);
+  const std::string reading = log.take();
+  LogUnusedHardware(tree.root(), adapters, {});
+  const std::string unused = log.take();
+  std::ostringstream text;
+  text << reading;
+  for (const DRMData& adapter : adapters)
+    text << adapter.Desc() << "\n  IsIntegratedGLGPU=" << adapter.IsIntegrated()
+         << " GLMemoryMB=" << adapter.GetVideoMemory() << "\n";
+  text << unused;
+  // A statement's place in its source is no property of the machine.
+  std::string described = std::regex_replace(text.str(), std::regex("(^|\n)\\d+ "), "$1");
+  for (const char* part : {" VendorID=", " Driver=", " DedicatedVideoMemory=", " Name="})
+    boost::replace_all(described, part, std::string("\n ") + part);
+  return tree.withoutRoot(described);
+}
+
+class RecordedMachines : public testing::TestWithParam<std::string> {};
+
+TEST_P(RecordedMachines, AdaptersAreAsExpected) {
+  const std::string described = describe(SysfsTree(SysfsTree::Recorded(GetParam())));
+  const fs::path expected = fs::path(GPUPROBE_MACHINES) / GetParam() / "expected";
+  if (std::getenv("UPDATE_EXPECTED")) std::ofstream(expected, std::ios::binary) << described;
+  EXPECT_EQ(described, ReadWholeFile(expected));
+}
+
+INSTANTIATE_TEST_SUITE_P(Linux, RecordedMachines, testing::ValuesIn(machines()),
+                         [](const auto& test) {
+                           return std::regex_replace(test.param, std::regex("-"), "_");
+                         });
+
+}  // namespace

@@ -1,0 +1,73 @@
+#include "SysfsTree.h"
+
+#include <boost/algorithm/string/replace.hpp>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+using std::filesystem::path;
+
+SysfsTree::SysfsTree(const std::string& text) {
+  std::string folder = std::filesystem::temp_directory_path() / "sysfs-XXXXXX";
+  if (!mkdtemp(folder.data())) throw std::runtime_error("mkdtemp");
+  fRoot = std::filesystem::canonical(folder);
+  std::istringstream lines(text);
+  std::string current;
+  for (std::string line; std::getline(lines, line);) addLine(line, current);
+}
+
+SysfsTree::~SysfsTree() {
+  std::error_code ignored;
+  std::filesystem::remove_all(fRoot, ignored);
+}
+
+void SysfsTree::addLine(const std::string& line, std::string& folder) const {
+  if (line.empty() || line[0] == '#') return;
+  if (line[0] == '@') {
+    folder = line.size() == 1 ? "" : line.substr(1) + '/';
+    return;
+  }
+  if (const size_t sign = line.find(" -> "); sign != std::string::npos) {
+    link(folder + line.substr(0, sign), line.substr(sign + 4));
+    return;
+  }
+  const size_t sign = line.find(" = ");
+  if (sign == std::string::npos) throw std::runtime_error("neither file nor link: " + line);
+  std::string content = line.substr(sign + 3) + '\n';
+  boost::replace_all(content, "\\n", "\n");
+  boost::replace_all(content, "\\t", "\t");
+  write(folder + line.substr(0, sign), content);
+}
+
+path SysfsTree::prepare(const std::string& file) const {
+  const path place = fRoot / file;
+  std::error_code nothingThere;
+  std::filesystem::remove_all(place, nothingThere);
+  std::filesystem::create_directories(place.parent_path());
+  return place;
+}
+
+void SysfsTree::write(const std::string& file, const std::string& content) const {
+  std::ofstream(prepare(file), std::ios::binary) << content;
+}
+
+void SysfsTree::link(const std::string& file, const std::string& target) const {
+  std::filesystem::create_symlink(target, prepare(file));
+}
+
+std::string SysfsTree::withoutRoot(std::string text) const {
+  boost::replace_all(text, fRoot.native(), "");
+  return text;
+}
+
+std::string SysfsTree::Recorded(const std::string& machine) {
+  return ReadWholeFile(path(GPUPROBE_MACHINES) / machine / "tree");
+}
+
+std::string ReadWholeFile(const path& file) {
+  std::ifstream stream(file, std::ios::binary);
+  std::ostringstream text;
+  text << stream.rdbuf();
+  return text.str();
+}
