@@ -166,7 +166,7 @@ void GPUSnifferTester::DoRunCUDAVersion(std::string tag, CLGPU& gpu) {
 }
 
 void GPUSnifferTester::DoRunCLBandwidth(std::string tag, CLGPU& gpu) {
-  // A scope logs whatever the level of the channel, so a silent one must not have any.
+  // LogScope does not look at the channel's level itself.
   boost::optional<LogScope> scope;
   if (channelLevel(gpuSnifferChannel) != 0) {
     scope.emplace("GPUSnifferTester::DoRunCLBandwidth", __FILE__, __LINE__);

@@ -28,8 +28,8 @@ void MyTester::DoRunGLTests() {
       {"ZOR::OGL::GL_ARB_TEXTURE_FLOAT", 53},        {"ZOR::OGL::GL_ARB_OCCLUSION_QUERY", 37},
       {"ZOR::OGL::GL_ARB_VERTEX_BUFFER_OBJECT", 68}, {"ZOR::OGL::GL_ARB_SHADER_TEXTURE_LOD", 47},
   };
-  // A copy, so that a test which lists the GPUs anew cannot pull the list from under itself.
   const TaggedGPUList gpus = fGLGPUs;
+  if (gpus.empty()) return;
   RunTests(gpus, GLStringTest());
   RunTests(gpus, ProgramvTest());
   for (const IntegervTest& test : integers) RunTests(gpus, test);
@@ -39,6 +39,7 @@ void MyTester::DoRunGLTests() {
 void MyTester::DoRunCLTests() {
   GPUSnifferTester::DoRunCLTests();
   const TaggedGPUList gpus = fCLGPUs;
+  if (gpus.empty()) return;
   RunTests(gpus, TestFunc<MyTester, CLGPU>(&MyTester::DoRunCLCompute));
 }
 

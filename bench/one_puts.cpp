@@ -1,4 +1,6 @@
 #include <cstdio>
 
 // The least that a program can cost where the standard streams come with it, linked in.
-int main() { std::puts("usage: "); }
+int main() {
+  std::puts("usage: ");
+}

@@ -15,19 +15,20 @@ fs::path logPath() {
   return folder.empty() ? fs::path() : folder / "nklog.txt";
 }
 
-// Whether no file logger of this process has used the path before.
-bool isFirstUse(const fs::path& path) {
+// The first file logger of the process on a path starts with no file. Looked up and removed in one
+// go, so that another thread's first message is not removed with it.
+void startFresh(const fs::path& path) {
   // Never destroyed: statics of other files may still log while the process ends.
   static std::set<fs::path>& used = *new std::set<fs::path>;
   const LoggingLock lock;
-  return used.insert(path).second;
+  boost::system::error_code ignored;
+  if (used.insert(path).second) fs::remove(path, ignored);
 }
 
 }  // namespace
 
 NKFileLogger::NKFileLogger() : NKLogger("nklog.txt"), fPath(logPath()) {
-  boost::system::error_code ignored;
-  if (!fPath.empty() && isFirstUse(fPath)) fs::remove(fPath, ignored);
+  if (!fPath.empty()) startFresh(fPath);
 }
 
 NKFileLogger::~NKFileLogger() {

@@ -46,11 +46,15 @@ void appendEscaped(std::string& out, unsigned code, char quote, unsigned digitPa
   } else if (code < 256 && (std::isgraph(static_cast<int>(code)) || code == ' ')) {
     out += static_cast<char>(code);
   } else {
-    out += "\\x";
-    for (unsigned shift = 8 * digitPairs; shift > 0;) {
-      shift -= 4;
-      out += "0123456789abcdef"[(code >> shift) & 0xF];
-    }
+    appendHexEscape(out, code, digitPairs);
+  }
+}
+
+void appendHexEscape(std::string& out, unsigned code, unsigned digitPairs) {
+  out += "\\x";
+  for (unsigned shift = 8 * digitPairs; shift > 0;) {
+    shift -= 4;
+    out += "0123456789abcdef"[(code >> shift) & 0xF];
   }
 }
 
@@ -58,8 +62,5 @@ std::string quoteString(const char* text) {
   return quoteUnits(text, 1);
 }
 std::string quoteString(const wchar_t* text) {
-  return quoteUnits(text, 2);
-}
-std::string quoteString(const char16_t* text) {
   return quoteUnits(text, 2);
 }

@@ -7,8 +7,10 @@
 /// hexadecimal digits, which drop the higher bits.
 void appendEscaped(std::string& out, unsigned code, char quote, unsigned digitPairs);
 
+/// Appends a backslash, x and twice `digitPairs` lower-case hexadecimal digits.
+void appendHexEscape(std::string& out, unsigned code, unsigned digitPairs);
+
 /// Every byte (two digits) or unit (four digits) escaped for double quotes, which are not added;
 /// "<nullptr>" for null.
 std::string quoteString(const char* text);
 std::string quoteString(const wchar_t* text);
-std::string quoteString(const char16_t* text);

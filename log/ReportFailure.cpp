@@ -11,6 +11,7 @@ constexpr const char* kNothing = "<NULL>";
 void writeToStandardError(const std::string& text) {
   // In one piece: the host reads the stream line by line.
   std::fputs((text + "\n").c_str(), stderr);
+  std::fflush(stderr);
 }
 
 }  // namespace

@@ -12,8 +12,9 @@ inline LogChannel gpuSnifferChannel{"GPUSniffer", 0};
 ///
 ///     SnifferLog{}("adapter[", index, "] displays: ", displays);
 ///
-/// The pieces are streamed only when the channel is on. An exception raised while the line is
-/// built or written ends there: a diagnostic never changes what the program does.
+/// The pieces are streamed only when the channel is on; line ends inside them become blanks. An
+/// exception raised while the line is built or written ends there: a diagnostic never changes what
+/// the program does.
 class SnifferLog {
  public:
   explicit SnifferLog(const char* file = __builtin_FILE(), int line = __builtin_LINE())
@@ -44,7 +45,7 @@ class SnifferLog {
     }
   }
 
-  void write(const std::string& text) const;
+  void write(std::string text) const;
 
   const char* fFile;
   int fLine;

@@ -35,10 +35,6 @@ void expectOutcome(const Lines& arguments, Lines out, Lines err, int code) {
 }
 
 TEST(Options, NotUnderstood) {
-  for (const char* argument : {"-help", "-Help", "--help", "-help=", "-help=1", "stray", "exit=0",
-                               "", "-", "-=", "-=value", "-exit", "-Exit=0", "-exit =0", "-exi=0",
-                               "-exits=0", "--exit=0", " -exit=0"})
-    expectOutcome({argument}, {}, {}, 3);
   // Help comes at once, so nothing behind it happens; all else waits for the end of the line.
   expectOutcome({"-stdout=seen", "-help", "-stdout=unseen"}, {"seen"}, {}, 3);
   expectOutcome({"-exit=5", "-stdout=a", "stray", "-stderr=e", "-comment=b"}, {"a", "# b"}, {"e"},
@@ -57,26 +53,9 @@ TEST(Options, Texts) {
   expectOutcome({"-verbose=1", "-verbose=none"}, {}, {}, 0);
 }
 
+// Of the code the system keeps the low byte.
 TEST(Options, Integers) {
-  using Case = std::pair<const char*, int>;
-  for (const auto& [value, code] : {Case{"7", 7},
-                                    {"\"7\"", 7},
-                                    {" \t+7", 7},
-                                    {"0x10", 16},
-                                    {"0X1f", 31},
-                                    {"010", 8},
-                                    {"089", 0},
-                                    {"0x", 0},
-                                    {"12abc", 12},
-                                    {"abc", 0},
-                                    {"", 0},
-                                    {"4=4", 4},
-                                    // Of the code the system keeps the low byte.
-                                    {"-1", 255},
-                                    {"4294967301", 255}})
-    expectOutcome({"-exit=3", std::string("-exit=") + value}, {}, {}, code);
-  expectOutcome({"-crashAfter=0", "-crashAfter=-1"}, {}, {}, 0);
-  expectOutcome({"-throwAfter=0", "-throwAfter=4294967295"}, {}, {}, 0);
+  expectOutcome({"-crashAfter=-1", "-throwAfter=4294967295", "-exit=3", "-exit=-1"}, {}, {}, 255);
 }
 
 // Wine passes none of these on.

@@ -1,8 +1,6 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <cinttypes>
-#include <cstdio>
 #include <map>
 
 #include "Probe.h"
@@ -20,12 +18,6 @@ struct Persona {
 };
 
 constexpr uint32_t kAMD = 0x1002, kIntel = 0x8086, kNVIDIA = 0x10de;
-
-std::string hex(uint32_t id) {
-  char digits[9];
-  std::snprintf(digits, sizeof digits, "%08" PRIx32, id);
-  return digits;
-}
 
 /// The lines key=value of the plain calls and of the report.
 class Facts : public std::map<std::string, std::string> {
@@ -54,7 +46,7 @@ uint64_t usableMegabytes(Facts& facts) {
 }
 
 void expectReport(const Persona& persona) {
-  const Outcome run = RunProbe({{hex(persona.vendor), hex(persona.device),
+  const Outcome run = RunProbe({{std::to_string(persona.vendor), std::to_string(persona.device),
                                  std::to_string(persona.megabytes), persona.matched ? "" : " 2"},
                                 "",
                                 Start().streams,

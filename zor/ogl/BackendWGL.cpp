@@ -86,6 +86,11 @@ class HiddenWindow {
                               GetModuleHandleW(nullptr), nullptr);
     if (!fWindow) fail("CreateWindowEx");
     fDC = GetDC(fWindow);
+    if (!fDC) {
+      const std::string error = Core::SystemErrorText("GetDC");
+      DestroyWindow(fWindow);
+      throw LogicalException(error);
+    }
   }
   ~HiddenWindow() {
     ReleaseDC(fWindow, fDC);
@@ -108,7 +113,9 @@ class WGLNativeContext : public NativeContext {
     PIXELFORMATDESCRIPTOR wanted{};
     wanted.nSize = sizeof wanted;
     wanted.nVersion = 1;
-    wanted.dwFlags = PFD_DRAW_TO_WINDOW | PFD_SUPPORT_OPENGL;
+    // Drivers may have double-buffered formats alone; asked for a single buffer, the system would
+    // choose its own software renderer.
+    wanted.dwFlags = PFD_DRAW_TO_WINDOW | PFD_SUPPORT_OPENGL | PFD_DOUBLEBUFFER;
     wanted.iPixelType = PFD_TYPE_RGBA;
     wanted.cColorBits = 24;
     const int format = ChoosePixelFormat(fWindow.dc(), &wanted);
