@@ -1,26 +1,9 @@
 #include <gmock/gmock.h>
 
-#include <ctime>
-
 #include "Probe.h"
 #include "core/Exceptions.h"
 
 namespace {
-
-const char* const usage = R"(Usage exception: usage
-usage: 
-    -help {show this message}
-    -crashAfter=N {GPUSnifferTester should crash after N steps}
-    -throwAfter=N {GPUSnifferTester should throw after N steps}
-    -app=SomeApp {specify name of host app}
-    -stdout=line_of_stdout {puts the line to stdout as-is}
-    -stderr=line_of_stderr {puts the line to stderr as-is}
-    -exit=N {app should exit with N}
-    -verbose=N {verbosity level}
-    -timeout=N {Mac only, SIGALRM kills sniffer after N seconds, if not finished}
-    -comment=line_of_comment {outputs '# line_of_comment'}
-    -hang=N {before exit, sleep for N milliseconds}
-)";
 
 TEST(AppTest, UsageErrorsWriteNoReport) {
   const std::pair<ArgumentList, const char*> cases[] = {
@@ -32,7 +15,7 @@ TEST(AppTest, UsageErrorsWriteNoReport) {
     Probe probe;
     EXPECT_EQ(probe.RunWith(arguments), 3);
     EXPECT_EQ(probe.out, out);
-    EXPECT_EQ(probe.err, usage);
+    EXPECT_THAT(probe.err, testing::StartsWith("Usage exception: usage\nusage: \n    -help {"));
     EXPECT_EQ(probe.fHostApp, "gpuprobe");
   }
 }
@@ -69,27 +52,13 @@ TEST(AppTest, EveryKindOfExceptionIsNamed) {
   }
 }
 
-TEST(AppTest, RealTesterClockAndStreams) {
+TEST(AppTest, WithoutATesterOfItsOwnItMakesOne) {
   struct Bare : GPUSnifferApp {
     boost::shared_ptr<GPUSnifferTester> CreateTester() override { return {}; }
   } bare;
   const auto tester = bare.GetTester();
+  ASSERT_TRUE(tester);
   EXPECT_EQ(bare.GetTester(), tester);
-  const std::time_t now = std::time(nullptr);
-  char today[16];
-  std::strftime(today, sizeof today, "%Y-%m-%d_%H", std::localtime(&now));
-  EXPECT_THAT(tester->GetTimeString(), testing::MatchesRegex(today + std::string(":..:..")));
-
-  testing::internal::CaptureStdout();
-  testing::internal::CaptureStderr();
-  tester->DoRunTesterName();
-  bare.DoStdout("a \"line\"");
-  bare.DoComment("said");
-  bare.DoStderr("error");
-  ArgumentList none;
-  EXPECT_EQ(MySniffer().Run(none = {"", "-throwAfter=0"}), 2);
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "a \"line\"\n# said\n");
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "error\nexception: Programmed throw\n");
 }
 
 }  // namespace

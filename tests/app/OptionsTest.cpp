@@ -14,12 +14,12 @@ class OptionsTest : public testing::Test {
 };
 
 TEST_F(OptionsTest, IntegersConvertAsA32BitLong) {
-  const char* const texts[] = {
-      "0x10",  "0X1f", "010",        "12abc",       "abc",
-      "",      "08",   " \t+5",      "-3",          "3=4",
-      "\"6\"", "\"7",  "2147483648", "-2147483649", "99999999999999999999"};
-  const int64_t values[] = {16, 31, 8, 12, 0,          0,           0,         5,
-                            -3, 3,  6, 0,  2147483647, -2147483648, 2147483647};
+  const char* const texts[] = {"0x10",  "0X1f", "010",        "12abc",       "abc",
+                               "",      "08",   " \t+5",      "-3",          "3=4",
+                               "\"6\"", "\"7",  "2147483648", "-2147483649", "99999999999999999999",
+                               "0x"};
+  const int64_t values[] = {16, 31, 8, 12, 0,          0,           0,          5,
+                            -3, 3,  6, 0,  2147483647, -2147483648, 2147483647, 0};
   for (size_t i = 0; i < std::size(texts); ++i) {
     EXPECT_TRUE(Parse({std::string("-exit=") + texts[i]}).empty());
     EXPECT_EQ(probe.fExitCode, values[i]) << texts[i];
@@ -41,8 +41,9 @@ TEST_F(OptionsTest, EveryOptionReachesItsField) {
 }
 
 TEST_F(OptionsTest, WhatIsNotUnderstoodIsLeftInOrder) {
-  const ArgumentList strange = {"stray", "-Help", "--help",  "-help=1",  "-",        "",
-                                "-=",    "-exit", "-Exit=1", "-exit =1", "--exit=1", "exit=1"};
+  const ArgumentList strange = {"stray",    "-Help",    "--help",   "-help=1", "-help=",   "-",
+                                "",         "-=",       "-exit",    "-Exit=1", "-exit =1", "-exi=1",
+                                "-exits=1", "--exit=1", " -exit=1", "exit=1"};
   ArgumentList arguments = strange;
   arguments.insert(std::next(arguments.begin(), 3), "-exit=9");
   EXPECT_EQ(Parse(arguments), strange);

@@ -29,12 +29,9 @@ TEST(StringPrintf, LengthsAroundTheBuffer) {
   EXPECT_EQ(stringPrintf("%d %s %.2f%%", -5, "a", 1.005), "-5 a 1.00%");
 }
 
-TEST(Quoting, NarrowAndWide) {
+TEST(Quoting, EscapesWhatIsNotPrintable) {
   EXPECT_EQ(quoteString("\b\t\n\f\r\\ \"'\a\v\x1f~\x7f\xE9"),
             "\\b\\t\\n\\f\\r\\\\ \\\"'\\x07\\x0b\\x1f~\\x7f\\xe9");
-  EXPECT_EQ(quoteString(L"A\t\"\x263A\x00E9\x0001"), "A\\t\\\"\\x263a\\x00e9\\x0001");
-  EXPECT_EQ(quoteString(u"\xD83D\xDE00"), "\\xd83d\\xde00");
-  EXPECT_EQ(quoteString(static_cast<const wchar_t*>(nullptr)), "<nullptr>");
   std::string out = "kept";
   appendEscaped(out, 0x1FF, '"', 1);
   appendEscaped(out, '\'', '\'', 1);
@@ -43,24 +40,18 @@ TEST(Quoting, NarrowAndWide) {
 
 TEST(Fmt, DefaultPolicy) {
   const auto twice = [](std::string& out, char value, char) { out += {value, value}; };
-  const signed char schar = -1;
-  const unsigned char uchar = 255;
-  const short negative = -300;
-  const unsigned short ten = 10;
-  EXPECT_EQ(list({fmt(true), fmt(false), fmt(true, "no\0yes")}), "true false yes");
-  EXPECT_EQ(list({fmt('A'), fmt('\n'), fmt('\''), fmt('"'), fmt('\xE9'), fmt('x', twice)}),
-            R"('A' '\n' '\'' '"' '\xe9' xx)");
-  EXPECT_EQ(list({fmt(schar), fmt(negative), fmt(-7), fmt(-7L), fmt(1LL << 40)}),
-            "-1 -300 -7 -7 1099511627776");
-  EXPECT_EQ(list({fmt(uchar), fmt(ten), fmt(7u), fmt(0xFFFFFFFFuL), fmt(1uLL)}),
-            "0xff 0x000a 0x00000007 0xffffffff 0x0000000000000001");
-  EXPECT_EQ(list({fmt(3.14159), fmt(3.14159f)}), "3.14 3.14");
-  EXPECT_EQ(list({fmt("a\"b"), fmt(""), fmt(static_cast<const char*>(nullptr))}),
-            R"("a\"b" "" <nullptr>)");
+  EXPECT_EQ(list({fmt(true), fmt(false, "no\0yes")}), "true no");
+  EXPECT_EQ(list({fmt('\n'), fmt('\''), fmt('"'), fmt('\xE9'), fmt('x', twice)}),
+            R"('\n' '\'' '"' '\xe9' xx)");
+  EXPECT_EQ(list({fmt(static_cast<short>(-300)), fmt(-7L), fmt(1LL << 40)}),
+            "-300 -7 1099511627776");
+  EXPECT_EQ(list({fmt(static_cast<unsigned char>(255)), fmt(7u), fmt(1uLL)}),
+            "0xff 0x00000007 0x0000000000000001");
+  EXPECT_EQ(list({fmt(3.14159), fmt("a\"b"), fmt(static_cast<const char*>(nullptr))}),
+            R"(3.14 "a\"b" <nullptr>)");
   EXPECT_EQ(fmt(reinterpret_cast<void*>(0x12AB)), "0x00000000000012ab");
   EXPECT_EQ(list({fmtFourCharCode(0x52474241), fmtFourCharCode(0x41424301)}), "'RGBA' 0x41424301");
   // Half of a wider long is dropped; where long has 4 bytes there is nothing to drop.
-  EXPECT_EQ(fmt(static_cast<long>(0x1FFFFFFFFLL)), "-1");
   EXPECT_EQ(fmt(static_cast<unsigned long>(0x1FFFFFFFFuLL)), "0xffffffff");
 }
 

@@ -90,20 +90,15 @@ TEST_F(LogFiles, DesktopFolder) {
   EXPECT_EQ(logport::desktopFolder(), home);
   fs::create_directories(home / "Desktop");
   EXPECT_EQ(logport::desktopFolder(), home / "Desktop");
-  for (const char* folder : {".config", "Bureau", "conf", "a \"b"})
-    fs::create_directories(home / folder);
-  const auto userDirs = [&](const char* folder, const std::string& value) {
-    std::ofstream((home / folder / "user-dirs.dirs").string())
+  for (const char* folder : {".config", "a \"b"}) fs::create_directories(home / folder);
+  const std::pair<const char*, fs::path> cases[] = {{R"("$HOME/a \"b")", home / "a \"b"},
+                                                    {R"("$HOME/missing")", home / "Desktop"},
+                                                    {"unquoted", home / "Desktop"}};
+  for (const auto& [value, folder] : cases) {
+    std::ofstream((home / ".config/user-dirs.dirs").string())
         << "# XDG_DESKTOP_DIR=\"/\"\nXDG_MUSIC_DIR=\"/\"\n  XDG_DESKTOP_DIR=" << value << "\n";
-    return logport::desktopFolder();
-  };
-  const std::pair<const char*, fs::path> cases[] = {
-      {R"("$HOME/Bureau")", home / "Bureau"}, {R"("$HOME")", home},
-      {R"("$HOME/a \"b")", home / "a \"b"},   {R"("$HOME/missing")", home / "Desktop"},
-      {R"("relative")", home / "Desktop"},    {"unquoted", home / "Desktop"}};
-  for (const auto& [value, folder] : cases) EXPECT_EQ(userDirs(".config", value), folder);
-  setenv("XDG_CONFIG_HOME", (home / "conf").c_str(), 1);
-  EXPECT_EQ(userDirs("conf", "\"/\""), "/");
+    EXPECT_EQ(logport::desktopFolder(), folder);
+  }
 }
 
 // In a process of its own, because the default logger stays.
@@ -123,33 +118,18 @@ TEST_F(LogFilesDeathTest, DefaultLoggerIsTheFile) {
 
 TEST(SingleLineLoggerDeathTest, NeedsALoggerBeneath) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
-  const auto throws = [](int messagesBefore, int messagesAfter) {
+  const auto throws = [] {
     auto beneath = std::make_unique<SnifferLogger>(nullptr);
     try {
       SingleLineLogger joined;
-      for (int i = 0; i < messagesBefore; ++i) joined.log("f", 1, "text");
       beneath.reset();
-      for (int i = 0; i < messagesAfter; ++i) joined.log("f", 1, "text");
+      joined.log("f", 1, "text");
       return false;
     } catch (const std::exception& e) {
       return std::string(e.what()) == "Stackable: nullptr";
     }
   };
-  // The prefix, the end of the line, and a text whose line cannot be ended either.
-  EXPECT_EXIT(std::exit(throws(0, 1) && throws(1, 0) && throws(1, 1) ? 0 : 1),
-              testing::ExitedWithCode(0), "");
-}
-
-TEST(SnifferLoggerDeathTest, SurvivesAFullOrClosedStream) {
-  const auto survives = [] {
-    if (!std::freopen("/dev/full", "w", stdout)) return false;
-    SnifferLogger logger;
-    logger.log("f", 1, "%s", std::string(100000, 'x').c_str());
-    close(fileno(stdout));
-    logger.log("f", 1, "closed");
-    return true;
-  };
-  EXPECT_EXIT(std::exit(survives() ? 0 : 1), testing::ExitedWithCode(0), "");
+  EXPECT_EXIT(std::exit(throws() ? 0 : 1), testing::ExitedWithCode(0), "");
 }
 
 TEST(ClockOfZones, KnownInstants) {

@@ -2,8 +2,8 @@
 
 #include <vector>
 
+#include "LogCapture.h"
 #include "LogPrefix.h"
-#include "RecordingLogger.h"
 
 TEST(LogPrefix, FieldsAndSeparators) {
   const auto prefixes = [](const std::vector<std::uint32_t>& masks) {
@@ -24,7 +24,7 @@ TEST(LogPrefix, FieldsAndSeparators) {
 }
 
 TEST(LogPrefix, LoggerCountsAndTimesItsMessages) {
-  RecordingLogger logger;
+  LogCapture logger;
   logger.setFlags(kPrefixCount | kPrefixElapsed);
   const double offset = setClockOffset(100);
   logger.log("f", 1, "first");

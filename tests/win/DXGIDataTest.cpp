@@ -58,19 +58,15 @@ TEST(DXGIData, FailingCallKeepsAdaptersAndLeavesTheRestOpen) {
   }
 }
 
-TEST(DXGIData, MemoryCountsTheInstalledShare) {
+TEST(DXGIData, MemoryNeedsTheInstalledSize) {
   FakeWindows windows;
-  windows.installedRAM = uint64_t{8} << 30;
+  windows.installedRAM = uint64_t{1} << 30;
   DXGI_ADAPTER_DESC desc = {};
   desc.VendorId = 0x1002;
-  desc.DedicatedVideoMemory = 60 << 20;
-  desc.DedicatedSystemMemory = 4 << 20;
   desc.SharedSystemMemory = 512 << 20;
-  EXPECT_TRUE(DXGIData(desc).IsIntegrated());
-  EXPECT_EQ(DXGIData(desc).GetVideoMemory(), 576u);
+  EXPECT_EQ(DXGIData(desc).GetVideoMemory(), 256u);
   windows.failingCall = "GlobalMemoryStatusEx";
   EXPECT_THROW(DXGIData(desc).GetVideoMemory(), std::runtime_error);
-  EXPECT_EQ(DXGIData().GetVideoMemory() + DXGIData().GetVendorID(), 0u);
 }
 
 TEST(DescFormat, DisplayDeviceIsEscaped) {

@@ -54,17 +54,6 @@ TEST(Context, ScopePutsBackWhatWasCurrent) {
   EXPECT_THROW(OpenGLInterceptor::Instance(), ZOR::LogicalException);
 }
 
-TEST(Context, DestroyedContextIsNoLongerCurrent) {
-  FakeGL gl;
-  {
-    ContextOffscreen context(gl.devices[0]);
-    context.makeCurrent();
-    EXPECT_EQ(gl.contextsAlive, 1);
-  }
-  EXPECT_EQ(gl.contextsAlive, 0);
-  EXPECT_EQ(ExtensionManager::Instance(), nullptr);
-}
-
 TEST(Interceptor, TracesThePlaceAndNamesWhatIsMissing) {
   FakeGL gl;
   gl.lacking = {"glEnd"};
