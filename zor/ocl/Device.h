@@ -32,6 +32,7 @@ class Device {
     if (property_typename != type_name)
       throw InternalException("zor/zor_ocl/Device", 122, "property_typename == type_name");
     Value value{};
+    // NOLINTNEXTLINE(bugprone-sizeof-expression): a handle is the value, not what it points to
     getInfoImpl(property, sizeof(Value), &value, nullptr);
     return value;
   }
