@@ -3,7 +3,7 @@
 #include <regex>
 #include <sstream>
 
-#include "CLHardware.h"
+#include "Hardware.h"
 #include "LogCapture.h"
 
 namespace {
@@ -25,7 +25,7 @@ Times joined(std::initializer_list<Times> batches) {
 }
 
 double bandwidth(FakeCL& fake) {
-  return CLHardware(fake.device()).DoGetCLBandwidth();
+  return Hardware(fake.device()).DoGetCLBandwidth();
 }
 
 /// Without the statements' line numbers.
@@ -130,7 +130,7 @@ TEST(CLCompute, MakesItsCallsInOrder) {
   FakeCL fake;
   fake.times = {{1000, 250'001'000}};
   LogCapture log;
-  EXPECT_DOUBLE_EQ(CLHardware(fake.device()).DoGetCLCompute(), 0.25);
+  EXPECT_DOUBLE_EQ(Hardware(fake.device()).DoGetCLCompute(), 0.25);
   EXPECT_THAT(
       fake.calls,
       ElementsAre(
@@ -170,7 +170,7 @@ TEST(CLMeasurements, EachCallFailsInTurn) {
   for (const auto question :
        {&GPUImplHardware::DoGetCLBandwidth, &GPUImplHardware::DoGetCLCompute}) {
     const auto ask = [&](FakeCL& fake) {
-      CLHardware hardware(fake.device());
+      Hardware hardware(fake.device());
       (hardware.*question)();
       return fake.counts;
     };

@@ -2,9 +2,9 @@
 
 #include <boost/make_shared.hpp>
 
-#include "CLHardware.h"
 #include "CLPlatformVersion.h"
 #include "FakeGPUImpl.h"
+#include "Hardware.h"
 
 namespace {
 
@@ -35,7 +35,7 @@ TEST(CLPlatformVersion, IsTakenApart) {
   for (const auto& [text, platform, cuda] : table) {
     FakeCL fake;
     fake.platforms[0].version = text;
-    CLHardware hardware(fake.device());
+    Hardware hardware(fake.device());
     EXPECT_EQ(hardware.DoGetCLPlatformVersion(), platform) << text;
     EXPECT_EQ(hardware.DoGetCUDAVersion(), cuda) << text;
     EXPECT_EQ(hardware.DoIsCUDASupported(), !cuda.empty()) << text;
@@ -44,7 +44,7 @@ TEST(CLPlatformVersion, IsTakenApart) {
 
 TEST(CLTexts, EndAtTheirFirstNul) {
   FakeCL fake;
-  CLHardware hardware(fake.device());
+  Hardware hardware(fake.device());
   const std::string tail("\0\0more\0", 7);
   for (const auto& [property, text] :
        std::map<cl_device_info, std::string>{{CL_DEVICE_NAME, "Board X"},
@@ -60,7 +60,7 @@ TEST(CLTexts, EndAtTheirFirstNul) {
 
 TEST(CLNumbers, AreTheDevicesOwn) {
   FakeCL fake;
-  CLHardware hardware(fake.device());
+  Hardware hardware(fake.device());
   for (const auto& [bytes, mebibytes] : std::map<cl_ulong, unsigned>{
            {1'610'612'736, 1536}, {1'048'575, 0}, {cl_ulong{1} << 40, 1U << 20}}) {
     fake.set(CL_DEVICE_GLOBAL_MEM_SIZE, bytes);
@@ -96,7 +96,7 @@ TEST(CLTexts, FailWithTheirOwnMessage) {
   for (const auto& [ask, property, failure] : table) {
     const auto run = [&, ask = ask](FakeCL& fake) {
       fake.properties[property] = std::string("?\0", 2);
-      CLHardware hardware(fake.device());
+      Hardware hardware(fake.device());
       return failureOf([&] { (hardware.*ask)(); });
     };
     for (const size_t size : {size_t{0}, ~size_t{0}, size_t{1} << 33}) {
@@ -116,12 +116,12 @@ TEST(CLTexts, FailWithTheirOwnMessage) {
 TEST(CLList, HoldsTheGPUsOfAllPlatforms) {
   FakeCL fake;
   fakeMachine = {};
-  fakeMachine.make = [] { return boost::make_shared<CLHardware>(); };
+  fakeMachine.make = [] { return boost::make_shared<Hardware>(); };
   fake.platforms = {{"OpenCL 1 CUDA 2", {CL_DEVICE_TYPE_CPU, CL_DEVICE_TYPE_GPU}},
                     {"OpenCL 3", {CL_DEVICE_TYPE_CPU}},
                     {"OpenCL 4", {CL_DEVICE_TYPE_GPU, CL_DEVICE_TYPE_GPU}}};
   std::vector<std::string> versions;
-  for (const auto& gpu : CLHardware().DoGetCLGPUs()) {
+  for (const auto& gpu : Hardware().DoGetCLGPUs()) {
     const auto cl = boost::dynamic_pointer_cast<CLGPU>(gpu);
     versions.push_back(cl->Version() + (cl->CUDASupported() ? "!" : ""));
     EXPECT_EQ(cl->deviceIndex, -1);

@@ -5,25 +5,13 @@
 #include <boost/make_shared.hpp>
 
 #include "FakeGL.h"
-#include "GPUImplHardware.h"
+#include "Hardware.h"
 #include "LogCapture.h"
 #include "ReportFailure.h"
 #include "core/Exceptions.h"
 #include "floor/shader_texts.h"
 
 namespace {
-
-/// The open slots filled with nothing, so that the hardware's own can be asked.
-class Hardware : public GPUImplHardware {
- public:
-  GPUList DoGetGPUs() override { return {}; }
-  unsigned DoGetGLMemoryMB() override { return 0; }
-  unsigned DoGetGLVendorID() override { return 0; }
-  std::string DoGetGLDriverVersion() override { return {}; }
-  unsigned DoGetGLRendererID() override { return 0; }
-  GPUList DoGetNativeGPUs() override { return {}; }
-  std::string DoGetNativeName() override { return {}; }
-};
 
 std::vector<std::string> reported;
 

@@ -6,9 +6,9 @@
 #include "GPUImplHardware.h"
 #include "core/Exceptions.h"
 
-/// The hardware answers with the platform's slots closed.
-struct CLHardware : GPUImplHardware {
-  explicit CLHardware(const ZOR::OCL::Device& device = ZOR::OCL::Device()) { clDevice = device; }
+/// The open slots filled with nothing, so that the hardware's own answers can be asked.
+struct Hardware : GPUImplHardware {
+  explicit Hardware(const ZOR::OCL::Device& device = ZOR::OCL::Device()) { clDevice = device; }
   GPUList DoGetGPUs() override { return {}; }
   unsigned DoGetGLMemoryMB() override { return 0; }
   unsigned DoGetGLVendorID() override { return 0; }
