@@ -104,6 +104,7 @@ void PCINames::takePiece(std::string_view piece, bool lineEnds) {
 }
 
 void PCINames::takeLine(std::string_view line) {
+  if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
   if (line.empty() || line[0] == '#') return;
   if (line[0] != '\t') {
     const std::optional<uint32_t> id = takeID(line);
@@ -120,7 +121,6 @@ void PCINames::takeLine(std::string_view line) {
 }
 
 void PCINames::takeName(std::string_view text, std::string& name) {
-  if (!text.empty() && text.back() == '\r') text.remove_suffix(1);
   if (!isUTF8Text(text))
     noteFault("a name is no UTF-8 text");
   else if (name.empty())

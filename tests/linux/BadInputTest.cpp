@@ -102,7 +102,7 @@ TEST(BadInput, NamesWhereverTheFileIsTorn) {
   } cases[] = {
       {"# list\n1001  Other\n\t73ff  Wrong\n1002  Maker\n\t73FF  Model é\n1003  Next\n",
        "Maker Model é", ""},
-      {"1002  Maker\r\n\t73ff  Model\r\n", "Maker Model", ""},
+      {"1002  Maker\r\n\r\n\t\t1 2  Part\r\n\t73ff  Model\r\n", "Maker Model", ""},
       {"1002  Maker\n\t1234  A\n\t\t73ff 0001  Sub\n\n# x\n\t73ff  Model\n", "Maker Model", ""},
       {"1002  Maker\n\t" + std::string(2000, 'x') + "\n\t73ff  Model\n", "Maker Model",
        "a line is too long"},
