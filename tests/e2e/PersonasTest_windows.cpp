@@ -116,7 +116,7 @@ TEST(WindowsNoDisplay, RunReachesItsEndAndSaysWhatFailed) {
   EXPECT_THAT(run.report,
               ElementsAre(R"(Tester="LarkspanApp")", "snifferStart=...", "ZORCoreInitialized=1",
                           "ZOROGLInitialized=1", "OGLContextCreated=0", "NumGLGPUs=0",
-                          "NumNativeGPUs=0", "snifferEnd=..."));
+                          "NumCLGPUs=0", "NumNativeGPUs=0", "snifferEnd=..."));
   EXPECT_EQ(run.err, Lines({"CreateDXGIFactory", "CreateGXGIFactory failed",
                             "ContextOffscreen exception caught and ignored."}));
   for (const char* said :
