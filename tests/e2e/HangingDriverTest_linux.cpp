@@ -6,7 +6,7 @@
 
 namespace {
 
-TEST(HangingDriver, TimeoutEndsTheProbeAndKeepsItsLines) {
+TEST(LinuxHangingDriver, TimeoutEndsTheProbeAndKeepsItsLines) {
   const Lines start = {R"(Tester="LarkspanApp")", "snifferStart=...", "ZORCoreInitialized=1"};
   Lines opened = start;
   opened.push_back("ZOROGLInitialized=1");
@@ -27,7 +27,7 @@ TEST(HangingDriver, TimeoutEndsTheProbeAndKeepsItsLines) {
   }
 }
 
-TEST(HangingDriver, EndsByItselfWithoutTheHang) {
+TEST(LinuxHangingDriver, EndsByItselfWithoutTheHang) {
   // The same library where it doesn't hang: the double, not the time limit, made the difference.
   const Outcome run =
       RunProbe({{"-timeout=20"}, "LD_LIBRARY_PATH=" GPUPROBE_HANGING_EGL " HANG_IN=nowhere"});
