@@ -2,12 +2,12 @@
 
 #include <algorithm>
 #include <boost/make_shared.hpp>
-#include <iostream>
 
 #include "AdapterJoin.h"
 #include "GLDriverText.h"
 #include "GLMemory.h"
 #include "GPU.h"
+#include "LogAndPrint.h"
 #include "PCINames.h"
 #include "SnifferLog.h"
 
@@ -17,11 +17,6 @@ namespace {
 constexpr unsigned kGLVendor = 0x1F00;
 constexpr unsigned kGLVersion = 0x1F02;
 
-void reportFailure(const std::string& text) {
-  SnifferLog{}(text);
-  std::cerr << text << std::endl;
-}
-
 }  // namespace
 
 GPUList GPUImplLinux::DoGetGPUs() {
@@ -29,9 +24,9 @@ GPUList GPUImplLinux::DoGetGPUs() {
   try {
     findGPUs(gpus);
   } catch (const std::exception& e) {
-    reportFailure(std::string("DoGetGPUs fails with exception: ") + e.what());
+    LogAndPrint(SnifferLog{}, std::string("DoGetGPUs fails with exception: ") + e.what());
   } catch (...) {
-    reportFailure("DoGetGPUs fails with exception");
+    LogAndPrint(SnifferLog{}, "DoGetGPUs fails with exception");
   }
   return gpus;
 }

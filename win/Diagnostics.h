@@ -1,7 +1,6 @@
 #pragma once
 
 #include <exception>
-#include <iostream>
 
 #include "AdapterLog.h"
 
@@ -18,10 +17,4 @@ void GuardedRead(const char* operation, int textLine, int plainLine, Work work, 
     AdapterLog(plainLine)(operation, " exception");
   }
   abandon();
-}
-
-/// One text to the log and, as a line, to standard error.
-inline void LogAndPrint(int line, const char* text) {
-  AdapterLog(line)(text);
-  std::cerr << text << std::endl;
 }

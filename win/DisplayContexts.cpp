@@ -2,8 +2,9 @@
 
 #include <boost/make_shared.hpp>
 
+#include "AdapterLog.h"
 #include "DescFormat.h"
-#include "Diagnostics.h"
+#include "LogAndPrint.h"
 
 using ZOR::OGL::ContextOffscreen;
 using ZOR::OGL::DisplayDeviceKey;
@@ -15,7 +16,7 @@ boost::shared_ptr<ContextOffscreen> createContext(const DisplayDeviceKey& key) {
   try {
     return boost::make_shared<ContextOffscreen>(key);
   } catch (...) {
-    LogAndPrint(853, "ContextOffscreen exception caught and ignored.");
+    LogAndPrint(AdapterLog(853), "ContextOffscreen exception caught and ignored.");
     return {};
   }
 }

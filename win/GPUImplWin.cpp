@@ -3,16 +3,17 @@
 #include <algorithm>
 #include <boost/make_shared.hpp>
 
-#include "Diagnostics.h"
+#include "AdapterLog.h"
 #include "GLMemory.h"
 #include "GPU.h"
+#include "LogAndPrint.h"
 
 GPUList GPUImplWin::DoGetGPUs() {
   GPUList gpus;
   try {
     findGPUs(gpus);
   } catch (...) {
-    LogAndPrint(962, "DoGetGPUs fails with exception");
+    LogAndPrint(AdapterLog(962), "DoGetGPUs fails with exception");
   }
   return gpus;
 }
