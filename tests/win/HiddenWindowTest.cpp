@@ -35,7 +35,11 @@ TEST(HiddenWindow, NobodyWaitsForItAndItStays) {
 TEST(HiddenWindow, TakesTheFirstFormatThatADriverDraws) {
   constexpr DWORD kWindow = PFD_DRAW_TO_WINDOW | PFD_SUPPORT_OPENGL, kGeneric = PFD_GENERIC_FORMAT;
   const auto format = [](DWORD flags, BYTE type = PFD_TYPE_RGBA, BYTE bits = 32) {
-    return PIXELFORMATDESCRIPTOR{sizeof(PIXELFORMATDESCRIPTOR), 1, flags, type, bits};
+    PIXELFORMATDESCRIPTOR made{};
+    made.dwFlags = flags;
+    made.iPixelType = type;
+    made.cColorBits = bits;
+    return made;
   };
   std::vector<PIXELFORMATDESCRIPTOR> formats = {
       format(kWindow | kGeneric), format(PFD_SUPPORT_OPENGL), format(PFD_DRAW_TO_WINDOW),
