@@ -135,5 +135,6 @@ void GPUSnifferTester::RunTests(const TaggedGPUList& list, const GPUTest& test) 
       SnifferLog{}("Testing terminated for ", gpu.first);
       ++fFailures;
     }
+    ZOR::OGL::Library::AnswerMessages();
   }
 }
