@@ -30,8 +30,7 @@ Adapters findLeftOver(const std::vector<JoinDevice>& devices, const Adapters& kn
   Adapters leftOver;
   for (const DRMData& adapter : adapters) {
     bool named = false;
-    for (size_t i = 0; i < devices.size(); ++i)
-      named |= devices[i].nvidia && known[i] == &adapter;
+    for (size_t i = 0; i < devices.size(); ++i) named |= devices[i].nvidia && known[i] == &adapter;
     if (!named && adapter.GetVendorID() == kVendorNVIDIA && adapter.Desc().driver == "nvidia")
       leftOver.push_back(&adapter);
   }

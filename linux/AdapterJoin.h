@@ -22,9 +22,9 @@ struct AdapterJoin {
 bool NeedsAdaptersWithoutNodes(const std::vector<JoinDevice>& devices);
 
 /// Joins display devices to adapters by DRM node, never by name: equal cards stay two. NVIDIA's
-/// driver names no node to those who may not open it, and without its DRM module there is none: such
-/// a device belongs to the one adapter of that driver that is left over, if it is one and the device
-/// is the only such. Of several devices of one adapter the first counts. In the order of the
+/// driver names no node to those who may not open it, and without its DRM module there is none:
+/// such a device belongs to the one adapter of that driver that is left over, if it is one and the
+/// device is the only such. Of several devices of one adapter the first counts. In the order of the
 /// adapters; devices without one follow in their own. Logs each join and each device left out.
 std::vector<AdapterJoin> JoinDevices(const std::vector<JoinDevice>& devices,
                                      const std::vector<DRMData>& adapters);

@@ -52,10 +52,10 @@ bool onRootBus(const std::string& address) {
   return colon != std::string::npos && address.compare(colon + 1, 3, "00:") == 0;
 }
 
-/// The card's window onto memory of its own, by the text of its "resource" file. Behind a bridge the
-/// largest prefetchable window of these makers' cards leads there. On the root bus sit integrated
-/// parts with a window onto the system's memory, and, in a virtual machine, cards that were passed
-/// to it: more than a processor's graphics ever had tells those.
+/// The card's window onto memory of its own, by the text of its "resource" file. Behind a bridge
+/// the largest prefetchable window of these makers' cards leads there. On the root bus sit
+/// integrated parts with a window onto the system's memory, and, in a virtual machine, cards that
+/// were passed to it: more than a processor's graphics ever had tells those.
 uint64_t findOwnMemoryWindow(const DRMAdapterDesc& desc, std::string_view resource) {
   constexpr uint64_t kMaxIntegrated = uint64_t{4} << 30;
   const uint64_t window = LargestPrefetchableWindow(resource);
@@ -88,10 +88,9 @@ void readMemory(const path& folder, const path& pciFolder, DRMAdapterDesc& desc)
         findOwnMemoryWindow(desc, ReadSysfsText(pciFolder / "resource").value_or(""));
 }
 
-/// The folder of the device whose driver draws. On Linux 6.1, other than on 5.10, a virtio GPU's DRM
-/// device belongs to the PCI device, whose driver only carries messages for the virtio device below.
-path findDrivenFolder(const path& folder) {
-  if (ReadSysfsLinkName(folder / "driver") != "virtio-pci") return folder;
+/// On Linux 6.1, other than on 5.10, a virtio GPU's DRM device belongs to the PCI device, whose
+/// driver only carries messages for the virtio device below. That one's folder.
+path findVirtioFolder(const path& folder) {
   std::error_code error;
   for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
        entry.increment(error))
@@ -102,8 +101,12 @@ path findDrivenFolder(const path& folder) {
 }
 
 void readDriver(const path& root, const path& deviceFolder, DRMAdapterDesc& desc) {
-  const path folder = findDrivenFolder(deviceFolder);
+  path folder = deviceFolder;
   desc.driver = ReadSysfsLinkName(folder / "driver");
+  if (desc.driver == "virtio-pci") {
+    folder = findVirtioFolder(folder);
+    desc.driver = ReadSysfsLinkName(folder / "driver");
+  }
   if (desc.driver.empty()) return;
   desc.driverVersion = ReadSysfsLine(folder / "driver/module/version").value_or("");
   if (desc.driver == "nvidia")

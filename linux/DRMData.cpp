@@ -57,9 +57,8 @@ auto rank(const DRMAdapterDesc& desc) {
 }
 
 void sortByRank(std::vector<DRMData>& adapters) {
-  std::sort(adapters.begin(), adapters.end(), [](const DRMData& a, const DRMData& b) {
-    return rank(a.Desc()) < rank(b.Desc());
-  });
+  std::sort(adapters.begin(), adapters.end(),
+            [](const DRMData& a, const DRMData& b) { return rank(a.Desc()) < rank(b.Desc()); });
 }
 
 bool isDisplay(const path& device) {
@@ -95,7 +94,8 @@ void DRMData::AddDevicesWithoutNodes(const path& root, std::vector<DRMData>& ada
     if (const std::optional<path> device = ResolveSysfsFolder(entry->path()))
       others.emplace_back(ReadAdapterDesc(root, *device), ReadInstalledRAM(root));
   }
-  if (error) SnifferLog{}(folder.native(), ": ", error.message());
+  if (error && error != std::errc::no_such_file_or_directory)
+    SnifferLog{}(folder.native(), ": ", error.message());
   adapters.insert(adapters.end(), others.begin(), others.end());
   sortByRank(adapters);
 }

@@ -72,8 +72,7 @@ void GPUImplLinux::nameAndLog(std::vector<DRMData>& adapters) const {
 
 void GPUImplLinux::joinAdapters(Impls& hardware, std::vector<DRMData>& adapters) const {
   std::vector<JoinDevice> devices;
-  for (const auto& impl : hardware)
-    devices.push_back({impl->fDeviceName, impl->hasNVIDIADriver()});
+  for (const auto& impl : hardware) devices.push_back({impl->fDeviceName, impl->hasNVIDIADriver()});
   if (NeedsAdaptersWithoutNodes(devices)) DRMData::AddDevicesWithoutNodes(fRoot, adapters);
   nameAndLog(adapters);
   Impls joined;

@@ -35,7 +35,6 @@ class SnifferLog {
   }
 
  private:
-
   // Out of line: a silent statement then costs its channel test and nothing else.
   template <class... Pieces>
   [[gnu::noinline, gnu::cold]] void build(const Pieces&... pieces) const noexcept {

@@ -204,8 +204,8 @@ EGLDisplay BackendEGL::display(const Device& device) {
 
 std::unique_ptr<NativeContext> BackendEGL::createContext(const DisplayDeviceKey& key) {
   if (fPrimaryContext && key.displayID == fPrimaryID) return std::move(fPrimaryContext);
-  return std::make_unique<EGLNativeContext>(
-      api(), display(devices().at(std::stoul(key.displayID))));
+  return std::make_unique<EGLNativeContext>(api(),
+                                            display(devices().at(std::stoul(key.displayID))));
 }
 
 std::function<void()> BackendEGL::saveCurrent() {
