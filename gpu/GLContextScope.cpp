@@ -18,3 +18,7 @@ GLExtensionScope::GLExtensionScope(const boost::shared_ptr<ZOR::OGL::Context>& c
 bool GLExtensionScope::isSupported(unsigned extension) const {
   return fExtensions && fExtensions->isSupported(extension);
 }
+
+bool GLExtensionScope::isListed(std::string_view name) const {
+  return fExtensions && fExtensions->isListed(name);
+}

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <boost/shared_ptr.hpp>
+#include <string_view>
 
 #include "ogl/Context.h"
 #include "ogl/ExtensionManager.h"
@@ -23,8 +24,11 @@ class GLExtensionScope : public GLContextScope {
   /// A missing extension set is reported, not thrown: the question goes on.
   explicit GLExtensionScope(const boost::shared_ptr<ZOR::OGL::Context>& context);
 
-  /// False for everything when the extension set is missing.
+  // False for everything when the extension set is missing.
+  /// By the report's number.
   bool isSupported(unsigned extension) const;
+  /// By the extension's own name.
+  bool isListed(std::string_view name) const;
 
  private:
   const ZOR::OGL::ExtensionManager* fExtensions;

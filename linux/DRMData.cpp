@@ -56,6 +56,17 @@ auto rank(const DRMAdapterDesc& desc) {
   return std::make_tuple(!desc.boot, !pci, pci ? desc.address.size() : 0, desc.address);
 }
 
+void sortByRank(std::vector<DRMData>& adapters) {
+  std::sort(adapters.begin(), adapters.end(),
+            [](const DRMData& a, const DRMData& b) { return rank(a.Desc()) < rank(b.Desc()); });
+}
+
+bool isDisplay(const path& device) {
+  constexpr uint64_t kDisplayClass = 0x03;
+  constexpr uint64_t kMaxClass = 0xFFFFFF;
+  return ReadSysfsNumber(device / "class", kMaxClass).value_or(0) >> 16 == kDisplayClass;
+}
+
 }  // namespace
 
 std::vector<DRMData> DRMData::GetAllDevices(const path& root) {
@@ -66,9 +77,27 @@ std::vector<DRMData> DRMData::GetAllDevices(const path& root) {
     desc.nodes = nodes;
     adapters.emplace_back(std::move(desc), installedRAM);
   }
-  std::sort(adapters.begin(), adapters.end(),
-            [](const DRMData& a, const DRMData& b) { return rank(a.fDesc) < rank(b.fDesc); });
+  sortByRank(adapters);
   return adapters;
+}
+
+void DRMData::AddDevicesWithoutNodes(const path& root, std::vector<DRMData>& adapters) {
+  const path folder = root / "sys/bus/pci/devices";
+  std::vector<DRMData> others;
+  std::error_code error;
+  for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
+       entry.increment(error)) {
+    const bool known = std::any_of(adapters.begin(), adapters.end(), [&](const DRMData& adapter) {
+      return adapter.Desc().address == entry->path().filename();
+    });
+    if (known || !isDisplay(entry->path())) continue;
+    if (const std::optional<path> device = ResolveSysfsFolder(entry->path()))
+      others.emplace_back(ReadAdapterDesc(root, *device), ReadInstalledRAM(root));
+  }
+  if (error && error != std::errc::no_such_file_or_directory)
+    SnifferLog{}(folder.native(), ": ", error.message());
+  adapters.insert(adapters.end(), others.begin(), others.end());
+  sortByRank(adapters);
 }
 
 AdapterMemory DRMData::memory() const {

@@ -33,11 +33,8 @@ GPUList GPUImplLinux::DoGetGPUs() {
 
 void GPUImplLinux::findGPUs(GPUList& gpus) const {
   // The contexts come first: they wake their adapters, so that these can tell their memory.
-  const DisplayContexts devices = CreateDisplayContexts();
+  DisplayContexts devices = CreateDisplayContexts();
   std::vector<DRMData> adapters = DRMData::GetAllDevices(fRoot);
-  NameAdapters(fRoot, adapters);
-  for (size_t i = 0; i < adapters.size(); ++i) SnifferLog{}("adapter[", i, "]", adapters[i].Desc());
-
   Impls impls = makeImpls(devices.contexts);
   const auto software = std::stable_partition(impls.begin(), impls.end(),
                                               [](const auto& impl) { return !impl->fSoftware; });
@@ -45,6 +42,9 @@ void GPUImplLinux::findGPUs(GPUList& gpus) const {
     impls.erase(software, impls.end());
     joinAdapters(impls, adapters);
   } else {
+    nameAndLog(adapters);
+    for (const auto& impl : impls)
+      devices.failures.push_back({impl->fDeviceName, "its context draws in software"});
     LogUnusedHardware(fRoot, adapters, devices.failures);
     if (impls.size() > 1) impls.resize(1);
   }
@@ -65,11 +65,18 @@ GPUImplLinux::Impls GPUImplLinux::makeImpls(const std::vector<DeviceContext>& co
   return impls;
 }
 
-void GPUImplLinux::joinAdapters(Impls& hardware, const std::vector<DRMData>& adapters) {
-  std::vector<std::string> names;
-  for (const auto& impl : hardware) names.push_back(impl->fDeviceName);
+void GPUImplLinux::nameAndLog(std::vector<DRMData>& adapters) const {
+  NameAdapters(fRoot, adapters);
+  for (size_t i = 0; i < adapters.size(); ++i) SnifferLog{}("adapter[", i, "]", adapters[i].Desc());
+}
+
+void GPUImplLinux::joinAdapters(Impls& hardware, std::vector<DRMData>& adapters) const {
+  std::vector<JoinDevice> devices;
+  for (const auto& impl : hardware) devices.push_back({impl->fDeviceName, impl->hasNVIDIADriver()});
+  if (NeedsAdaptersWithoutNodes(devices)) DRMData::AddDevicesWithoutNodes(fRoot, adapters);
+  nameAndLog(adapters);
   Impls joined;
-  for (const AdapterJoin& join : JoinByNode(names, adapters)) {
+  for (const AdapterJoin& join : JoinDevices(devices, adapters)) {
     joined.push_back(hardware[join.device]);
     if (join.adapter) joined.back()->fAdapter = *join.adapter;
   }
@@ -89,17 +96,19 @@ bool GPUImplLinux::drawsInSoftware() {
   }
 }
 
-uint32_t GPUImplLinux::memoryVendorID() {
-  if (fSoftware) return 0;
-  const uint32_t vendorID = fAdapter.GetVendorID();
-  return vendorID ? vendorID : VendorIDOfOwnDriver(glText(kGLVendor));
+bool GPUImplLinux::hasNVIDIADriver() {
+  try {
+    return IsNVIDIADriver(glText(kGLVendor));
+  } catch (const std::exception& e) {
+    SnifferLog{}(fDeviceName, ": no vendor: ", e.what());
+    return false;
+  }
 }
 
 unsigned GPUImplLinux::DoGetGLMemoryMB() {
-  // A negative figure of the driver is a huge one here, and none that a card could have.
-  constexpr uint64_t kMaxBytes = uint64_t{1} << 50;
-  const uint64_t bytes = GLMemoryBytes(*this, memoryVendorID(), "GPUImplLinux::DoGetGLMemoryMB");
-  const uint32_t glMB = bytes < kMaxBytes ? static_cast<uint32_t>(bytes >> 20) : 0;
+  const uint64_t bytes =
+      fSoftware ? 0 : ListedGLMemoryBytes(*this, glContext, "GPUImplLinux::DoGetGLMemoryMB");
+  const auto glMB = static_cast<uint32_t>(bytes >> 20);
   const uint32_t systemMB = fAdapter.GetVideoMemory();
   SnifferLog{}("glVRAM=", glMB, " systemVRAM=", systemMB);
   return std::max(glMB, systemMB);

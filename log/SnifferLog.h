@@ -25,7 +25,7 @@ class SnifferLog {
     if (isOn()) build(pieces...);
   }
 
- private:
+  /// For what is found out only to be logged.
   static bool isOn() noexcept {
     try {
       return channelLevel(gpuSnifferChannel) != 0;
@@ -34,6 +34,7 @@ class SnifferLog {
     }
   }
 
+ private:
   // Out of line: a silent statement then costs its channel test and nothing else.
   template <class... Pieces>
   [[gnu::noinline, gnu::cold]] void build(const Pieces&... pieces) const noexcept {

@@ -109,6 +109,7 @@ TEST(BadInput, NamesWhereverTheFileIsTorn) {
       {"1002  Maker\n\t73ff  Mod", "", "cut in the middle of a line"},
       {"1002  \xf6\n1002  Maker\n\t73ff  Model\n", "Maker Model", "a name is no UTF-8 text"},
       {std::string("1002  M\0\n\t73ff  Model\n", 22), "", "a name is no UTF-8 text"},
+      {"1002  Maker\n\t73ff  Model\n\t73ff  Other\n1002  Late\n", "Maker Model", ""},
       {"10020  Maker\n\t73ff  Model\n", "", ""},
       {"C 03  Display\n\t73ff  Model\n", "", ""},
   };

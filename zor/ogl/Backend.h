@@ -31,8 +31,10 @@ class Backend {
   /// Opens the binding's library. Throws LogicalException. Repeatable; the other operations
   /// do it themselves when it was not done.
   virtual void initialize() = 0;
+  /// The same each time where the binding gives devices a handle of their own (EGL).
   virtual std::vector<DisplayDeviceKey> displayDevices() = 0;
-  /// The device that programs get by default; throws LogicalException when there is none.
+  /// The device that programs get by default: the desktop's (WGL), the first that gives a context
+  /// (EGL). Throws LogicalException when there is none, which says why the first gave none.
   virtual DisplayDeviceKey primaryDisplayDevice() = 0;
   /// A compatibility-profile context; throws LogicalException that names the failing call.
   virtual std::unique_ptr<NativeContext> createContext(const DisplayDeviceKey& key) = 0;
