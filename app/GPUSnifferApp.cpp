@@ -1,10 +1,12 @@
 #include "GPUSnifferApp.h"
 
 #include <boost/make_shared.hpp>
+#include <cstdlib>
 #include <string>
 
 #include "FailureText.h"
 #include "GPUSnifferTester.h"
+#include "HostSwitches.h"
 #include "LogChannel.h"
 #include "Platform.h"
 #include "SnifferLog.h"
@@ -18,7 +20,12 @@ const std::string noMemory = "exception: std::bad_alloc";
 }  // namespace
 
 GPUSnifferApp::GPUSnifferApp() = default;
-GPUSnifferApp::~GPUSnifferApp() = default;
+
+GPUSnifferApp::~GPUSnifferApp() {
+  // A driver may not survive the end of its contexts; a host wants to know that all was answered.
+  hostSwitches().Announce("release");
+  hostSwitches() = {};
+}
 
 void GPUSnifferApp::InitLogging() {
   initLogging(100);
@@ -77,6 +84,18 @@ int GPUSnifferApp::Run(ArgumentList& arguments) {
   return fExitCode;
 }
 
+void GPUSnifferApp::ReadHostSwitches() {
+  const auto variable = [](const char* name) {
+    const char* value = std::getenv(name);
+    return std::string(value ? value : "");
+  };
+  const std::string announce = variable("GPUPROBE_ANNOUNCE");
+  hostSwitches() = HostSwitches(variable("GPUPROBE_SKIP"), !announce.empty() && announce != "0",
+                                [this](const std::string& text) { DoComment(text); });
+  for (const std::string& name : hostSwitches().UnknownNames())
+    DoStderr("GPUPROBE_SKIP: nothing is called " + name);
+}
+
 void GPUSnifferApp::RunUnguarded(ArgumentList& arguments) {
   InitLogging();
   if (!fLogger) fLogger = CreateLogger();
@@ -90,6 +109,7 @@ void GPUSnifferApp::RunUnguarded(ArgumentList& arguments) {
   ParseArgs(arguments);
   if (!arguments.empty()) throw UsageException();
 
+  ReadHostSwitches();
   // Only now is the last -verbose= known.
   channelLevel(gpuSnifferChannel) = fVerbose;
   const boost::shared_ptr<GPUSnifferTester> tester = GetTester();

@@ -18,11 +18,13 @@ void GPUSnifferTester::Run() {
   DoRunTesterName();
   DoRunEvent("snifferStart");
   DoRunZORCoreInitialize();
-  DoRunZOROGLInitialize();
-  DoRunOGLContextCreated();
-  DoRunGLGPUs();
-  DoRunGLTests();
-  DoRunZOROCLInitialize();
+  if (AdmitsAPI("OpenGL", 3)) {
+    DoRunZOROGLInitialize();
+    DoRunOGLContextCreated();
+    DoRunGLGPUs();
+    DoRunGLTests();
+  }
+  if (AdmitsAPI("OpenCL", 1)) DoRunZOROCLInitialize();
   // Without OpenCL the report has no line about it: a count of 0 means that it found no device.
   if (fOCLAvailable) {
     DoRunCLGPUs();
@@ -32,6 +34,12 @@ void GPUSnifferTester::Run() {
   DoRunNativeTests();
   DoRunEvent("snifferEnd");
   Step();
+}
+
+bool GPUSnifferTester::AdmitsAPI(const char* api, int stages) {
+  if (hostSwitches().AdmitsAPI(api)) return true;
+  for (; stages > 0; --stages) Step();
+  return false;
 }
 
 void GPUSnifferTester::DoRunTesterName() {}
@@ -54,17 +62,20 @@ void GPUSnifferTester::DoRunZORCoreInitialize() {
 }
 
 void GPUSnifferTester::DoRunZOROGLInitialize() {
+  hostSwitches().Announce("ZOROGLInitialized");
   Initialize("ZOROGLInitialized", "ZOR::OGL::Library::initialize() failed",
              [] { ZOR::OGL::Library::Initialize(ZOR::OGL::Library::InitOptions()); });
 }
 
 void GPUSnifferTester::DoRunOGLContextCreated() {
+  hostSwitches().Announce("OGLContextCreated");
   Initialize("OGLContextCreated", "Cannot create default ContextOffscreen", [] {
     const ZOR::OGL::ContextOffscreen context(ZOR::OGL::Context::PrimaryDisplayDevice());
   });
 }
 
 void GPUSnifferTester::DoRunZOROCLInitialize() {
+  hostSwitches().Announce("ZOROCLInitialized");
   std::string reason;
   // Its absence is no failure, so nobody is told the reason.
   fOCLAvailable = ZOR::OCL::Library::IsOpenCLAvailable(reason);
@@ -84,11 +95,13 @@ TaggedGPUList GPUSnifferTester::ListGPUs(const char* key, const std::string& kin
 }
 
 void GPUSnifferTester::DoRunGLGPUs() {
+  hostSwitches().Announce("NumGLGPUs");
   fGLGPUs = ListGPUs("NumGLGPUs", "glgpu", MakeGPUImpl()->DoGetGPUs());
   Step();
 }
 
 void GPUSnifferTester::DoRunCLGPUs() {
+  hostSwitches().Announce("NumCLGPUs");
   fCLGPUs = ListGPUs("NumCLGPUs", "clgpu", MakeGPUImpl()->DoGetCLGPUs());
   Step();
 }

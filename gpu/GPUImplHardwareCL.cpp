@@ -4,6 +4,7 @@
 #include "CLPlatformVersion.h"
 #include "GPU.h"
 #include "GPUImplHardware.h"
+#include "HostSwitches.h"
 #include "Quoting.h"
 #include "ReportFailure.h"
 #include "ocl/Platform.h"
@@ -64,8 +65,11 @@ boost::shared_ptr<GPU> makeCLGPU(const Device& device) {
 
 GPUList GPUImplHardware::DoGetCLGPUs() {
   GPUList gpus;
-  for (const Platform& platform : platforms())
+  ListedParts parts("NumCLGPUs");
+  for (const Platform& platform : platforms()) {
+    if (!parts.Admits([&] { return nameOf(platform); })) continue;
     for (const Device& device : gpusOf(platform)) gpus.push_back(makeCLGPU(device));
+  }
   return gpus;
 }
 
