@@ -1,7 +1,10 @@
 #include "Fmt.h"
 
+#include <cctype>
 #include <cstdint>
+#include <cstring>
 
+#include "Quoting.h"
 #include "StringPrintf.h"
 
 namespace {
@@ -33,6 +36,31 @@ FmtFormats defaultFormats() {
   formats.fString = "\"%s\"";
   formats.fPointer = pointer.c_str();
   return formats;
+}
+
+// What printf takes a value as. Both platforms print the same digits of a long, so a wider one
+// loses its upper half.
+template <class T>
+T printed(T value) {
+  return value;
+}
+double printed(float value) {
+  return static_cast<double>(value);
+}
+unsigned long printed(unsigned long value) {
+  return static_cast<std::uint32_t>(value);
+}
+long printed(long value) {
+  return static_cast<std::int32_t>(value);
+}
+
+// Collects what one rendering operation appends.
+template <class Value, class Format>
+std::string collect(const Fmt& policy, void (Fmt::*render)(std::string&, Value, Format) const,
+                    Value value, Format format) {
+  std::string out;
+  (policy.*render)(out, value, format);
+  return out;
 }
 
 }  // namespace
@@ -68,6 +96,74 @@ Fmt& Fmt::defaultPolicy() {
 
 Fmt& Fmt::current() {
   return newestPolicy ? *newestPolicy : defaultPolicy();
+}
+
+void Fmt::renderPointer(std::string& out, std::uint64_t address, const char* format) const {
+  out += stringPrintf(format, static_cast<unsigned long long>(address));
+}
+
+void Fmt::renderString(std::string& out, const char* value, const char* format) const {
+  const std::string quoted = quoteString(value);
+  out += value ? stringPrintf(format, quoted.c_str()) : quoted;
+}
+
+// Each value through its virtual operation with the policy's own format.
+#define FMT_DEFINE(name, type)                                                     \
+  void Fmt::render##name(std::string& out, type value, const char* format) const { \
+    out += stringPrintf(format, printed(value));                                   \
+  }                                                                                \
+  std::string Fmt::text(type value) const {                                        \
+    return collect(*this, &Fmt::render##name, value, fFormats.f##name);            \
+  }
+FMT_PRINTED_TYPES(FMT_DEFINE)
+#undef FMT_DEFINE
+
+void Fmt::renderChar(std::string& out, char value, CharRenderer renderer) const {
+  renderer(out, value, '\'');
+}
+
+void Fmt::renderBool(std::string& out, bool value, const char* words) const {
+  out += value ? words + std::strlen(words) + 1 : words;
+}
+
+void Fmt::renderFourCharCode(std::string& out, std::uint32_t code, const char* format) const {
+  std::string quoted = "'";
+  for (int shift = 24; shift >= 0; shift -= 8) {
+    const unsigned byte = (code >> shift) & 0xFF;
+    if (!std::isprint(static_cast<int>(byte))) {
+      renderUnsignedInt(out, code, format);
+      return;
+    }
+    quoted += static_cast<char>(byte);
+  }
+  out += quoted + "'";
+}
+
+std::string Fmt::text(const void* value) const {
+  const auto address = static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(value));
+  return collect(*this, &Fmt::renderPointer, address, fFormats.fPointer);
+}
+
+std::string Fmt::text(const char* value) const {
+  return collect(*this, &Fmt::renderString, value, fFormats.fString);
+}
+
+std::string Fmt::text(char value, CharRenderer renderer) const {
+  return collect(*this, &Fmt::renderChar, value, renderer ? renderer : fFormats.fCharRenderer);
+}
+
+std::string Fmt::text(bool value, const char* words) const {
+  return collect(*this, &Fmt::renderBool, value, words ? words : fFormats.fBooleanWords);
+}
+
+std::string Fmt::fourCharCode(std::uint32_t code) const {
+  return collect(*this, &Fmt::renderFourCharCode, code, fFormats.fUnsignedInt);
+}
+
+void renderQuotedChar(std::string& out, char value, char quote) {
+  out += quote;
+  appendEscaped(out, static_cast<unsigned char>(value), quote, 1);
+  out += quote;
 }
 
 std::string hexadecimalFormat(int bytes, const char* lengthModifier) {
