@@ -1,12 +1,10 @@
 #include "GLContextScope.h"
 
-#include <boost/make_shared.hpp>
-
 #include "ReportFailure.h"
 
 GLContextScope::GLContextScope(const boost::shared_ptr<ZOR::OGL::Context>& context)
-    : fWrapper(boost::make_shared<ZOR::OGL::ScopedContextWrapper>(true)), fContext(context) {
-  fContext->makeCurrent();
+    : fWrapper(true) {
+  context->makeCurrent();
 }
 
 GLExtensionScope::GLExtensionScope(const boost::shared_ptr<ZOR::OGL::Context>& context)

@@ -14,8 +14,7 @@ class GLContextScope {
   explicit GLContextScope(const boost::shared_ptr<ZOR::OGL::Context>& context);
 
  private:
-  boost::shared_ptr<ZOR::OGL::ScopedContextWrapper> fWrapper;
-  const boost::shared_ptr<ZOR::OGL::Context>& fContext;
+  ZOR::OGL::ScopedContextWrapper fWrapper;
 };
 
 /// The same for questions about extensions.

@@ -1,8 +1,7 @@
 #include <stdexcept>
 
-#include "FramebufferTest.h"
+#include "GLChecks.h"
 #include "GLContextScope.h"
-#include "GLSLTest.h"
 #include "GPUImplHardware.h"
 #include "ReportFailure.h"
 #include "SnifferLog.h"

@@ -1,4 +1,4 @@
-#include "GLSLTest.h"
+#include "GLChecks.h"
 
 #include <iterator>
 

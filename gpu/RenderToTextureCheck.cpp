@@ -1,4 +1,4 @@
-#include "FramebufferTest.h"
+#include "GLChecks.h"
 
 #include "SnifferLog.h"
 #include "ogl/Framebuffer.h"
