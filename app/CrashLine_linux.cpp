@@ -1,4 +1,4 @@
-#include "CrashLine.h"
+#include "app/CrashLine.h"
 
 #include <fcntl.h>
 #include <sys/syscall.h>
@@ -11,6 +11,8 @@
 #include <csignal>
 #include <cstring>
 #include <initializer_list>
+
+#include "log/Streams.h"
 
 // Everything below ReportCrashes() runs inside a signal handler, in whatever state a driver left
 // the process: plain system calls, no allocation, no lock, no function of the loader (dladdr waits
@@ -26,6 +28,8 @@ constexpr FatalSignal kFatalSignals[] = {
     {SIGSEGV, "SIGSEGV"}, {SIGBUS, "SIGBUS"},   {SIGILL, "SIGILL"}, {SIGFPE, "SIGFPE"},
     {SIGABRT, "SIGABRT"}, {SIGTRAP, "SIGTRAP"}, {SIGSYS, "SIGSYS"},
 };
+
+int failures = STDERR_FILENO;
 
 /// A fault's caller is looked for in this much of the stack.
 constexpr size_t kScannedWords = 512;
@@ -174,7 +178,7 @@ void writeLine(int number, const void* context) {
     text.addHex(culprit.offset);
   }
   text.endLine();
-  while (write(STDERR_FILENO, text.data(), text.size()) == -1 && errno == EINTR) {
+  while (write(failures, text.data(), text.size()) == -1 && errno == EINTR) {
   }
 }
 
@@ -196,6 +200,7 @@ void onFatalSignal(int number, siginfo_t*, void* context) {
 }  // namespace
 
 void ReportCrashes() {
+  failures = fileno(failureStream());
   alignas(16) static char stack[64 * 1024];
   stack_t alternate = {};
   alternate.ss_sp = stack;

@@ -1,12 +1,16 @@
 #include <windows.h>
-
+// Need the types above.
+#include <io.h>
 #include <psapi.h>
 
 #include <atomic>
+#include <csignal>
+#include <cstdio>
 #include <cwchar>
 #include <initializer_list>
 
-#include "CrashLine.h"
+#include "app/CrashLine.h"
+#include "log/Streams.h"
 
 // The filter runs in whatever state a driver left the process: no allocation, no lock of the
 // loader's (GetModuleFileName takes it).
@@ -38,8 +42,8 @@ struct Module {
 void findModule(uintptr_t address, Module& module) {
   module.found = false;
   MEMORY_BASIC_INFORMATION memory;
-  constexpr DWORD kExecutable = PAGE_EXECUTE | PAGE_EXECUTE_READ | PAGE_EXECUTE_READWRITE |
-                                PAGE_EXECUTE_WRITECOPY;
+  constexpr DWORD kExecutable =
+      PAGE_EXECUTE | PAGE_EXECUTE_READ | PAGE_EXECUTE_READWRITE | PAGE_EXECUTE_WRITECOPY;
   if (!VirtualQuery(reinterpret_cast<const void*>(address), &memory, sizeof memory)) return;
   if (memory.Type != MEM_IMAGE || !(memory.Protect & kExecutable)) return;
   const DWORD length = K32GetMappedFileNameW(GetCurrentProcess(), memory.AllocationBase,
@@ -60,15 +64,14 @@ bool isRuntime(const wchar_t* path) {
 }
 
 /// The code at fault: where it crashed or, inside the runtime, the nearest caller outside.
-uintptr_t findCulprit(const EXCEPTION_POINTERS& exception, Module& module) {
+uintptr_t findCulprit(uintptr_t counter, uintptr_t stack, Module& module) {
   static Module caller;
   static uintptr_t words[kScannedWords];
-  const auto counter = reinterpret_cast<uintptr_t>(exception.ExceptionRecord->ExceptionAddress);
   findModule(counter, module);
   if (module.found && !isRuntime(module.path)) return counter;
   SIZE_T copied = 0;
-  ReadProcessMemory(GetCurrentProcess(), reinterpret_cast<const void*>(exception.ContextRecord->Rsp),
-                    words, sizeof words, &copied);
+  ReadProcessMemory(GetCurrentProcess(), reinterpret_cast<const void*>(stack), words, sizeof words,
+                    &copied);
   for (size_t i = 0; i < copied / sizeof *words; ++i) {
     findModule(words[i], caller);
     if (!caller.found || isRuntime(caller.path)) continue;
@@ -96,21 +99,23 @@ void addPath(CrashText& text, const wchar_t* path) {
     text.add(bytes);
 }
 
-LONG WINAPI onException(EXCEPTION_POINTERS* exception) {
+HANDLE failures = nullptr;
+
+/// Once: a fault of this function itself only ends the process, and a second thread waits for the
+/// first.
+void writeLine(DWORD code, uintptr_t counter, uintptr_t stack) {
   static std::atomic<DWORD> owner{0};
   static CrashText text;
   static Module module;
   const DWORD self = GetCurrentThreadId();
   DWORD nobody = 0;
   if (!owner.compare_exchange_strong(nobody, self)) {
-    // A fault of this filter itself ends the process; another thread waits for the first.
     if (owner != self) Sleep(INFINITE);
-    return EXCEPTION_CONTINUE_SEARCH;
+    return;
   }
-  const uintptr_t address = findCulprit(*exception, module);
+  const uintptr_t address = findCulprit(counter, stack, module);
   text.add("crash: 0x");
-  for (int shift = 28; shift >= 0; shift -= 4)
-    text.add("0123456789ABCDEF"[(exception->ExceptionRecord->ExceptionCode >> shift) & 0xF]);
+  for (int shift = 28; shift >= 0; shift -= 4) text.add("0123456789ABCDEF"[(code >> shift) & 0xF]);
   text.add(" in ");
   if (module.found) {
     addPath(text, module.path);
@@ -119,19 +124,38 @@ LONG WINAPI onException(EXCEPTION_POINTERS* exception) {
   } else {
     text.add('?');
   }
+  text.add('\r');
   text.endLine();
   DWORD written = 0;
-  WriteFile(GetStdHandle(STD_ERROR_HANDLE), text.data(), static_cast<DWORD>(text.size()), &written,
-            nullptr);
+  WriteFile(failures, text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
+}
+
+LONG WINAPI onException(EXCEPTION_POINTERS* exception) {
+  writeLine(exception->ExceptionRecord->ExceptionCode,
+            reinterpret_cast<uintptr_t>(exception->ExceptionRecord->ExceptionAddress),
+            exception->ContextRecord->Rsp);
   return EXCEPTION_CONTINUE_SEARCH;
+}
+
+// What newer C runtimes give a process that aborts; this one would give the code of a usage error.
+// https://learn.microsoft.com/windows/win32/debug/getexceptioncode (STATUS_STACK_BUFFER_OVERRUN)
+constexpr UINT kAborted = 0xC0000409;
+
+// Failed assertions and uncaught exceptions end here, too.
+void onAbort(int) {
+  writeLine(kAborted, reinterpret_cast<uintptr_t>(__builtin_return_address(0)),
+            reinterpret_cast<uintptr_t>(__builtin_frame_address(0)) + 2 * sizeof(uintptr_t));
+  TerminateProcess(GetCurrentProcess(), kAborted);
 }
 
 }  // namespace
 
 void ReportCrashes() {
+  failures = reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(failureStream())));
   noteDrives();
   // A stack that ran over leaves the filter this much to run on.
   ULONG reserved = 32 * 1024;
   SetThreadStackGuarantee(&reserved);
   SetUnhandledExceptionFilter(onException);
+  std::signal(SIGABRT, onAbort);
 }

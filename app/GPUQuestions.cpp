@@ -1,9 +1,9 @@
 #include <boost/optional.hpp>
 
-#include "Clock.h"
-#include "GPUSnifferTester.h"
-#include "LogScope.h"
-#include "SnifferLog.h"
+#include "app/GPUSnifferTester.h"
+#include "log/Clock.h"
+#include "log/Diagnostic.h"
+#include "log/NKLogger.h"
 #include "protocol/Questions.h"
 
 // A question is put to all GPUs of its kind before the next one starts, so the report is grouped by

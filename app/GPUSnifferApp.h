@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "GPUSnifferAppAndHost.h"
+#include "app/GPUSnifferAppAndHost.h"
 
 class GPUSnifferTester;
 class NKLogger;

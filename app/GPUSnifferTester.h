@@ -4,11 +4,11 @@
 #include <functional>
 #include <string>
 
-#include "GPUSnifferApp.h"
-#include "GPUSnifferAppAndHost.h"
-#include "GPUTests.h"
-#include "HostSwitches.h"
-#include "ReportLine.h"
+#include "app/GPUSnifferApp.h"
+#include "app/GPUSnifferAppAndHost.h"
+#include "app/GPUTests.h"
+#include "app/ReportLine.h"
+#include "gpu/HostSwitches.h"
 
 /// Takes the probing steps in their fixed order and writes each answer as one report line of its
 /// host. Every step is counted and may fail on purpose. The virtual operations keep their slot
@@ -128,7 +128,7 @@ class GPUSnifferTester : public GPUSnifferAppAndHost {
   }
   template <class Question>
   void AskWithoutStep(const std::string& tag, const std::string& key, const Question& question) {
-    if (hostSwitches().Admits(tag, key)) WriteLine(tag + "." + key, question());
+    if (hostSwitches().AdmitsQuestion(tag, key)) WriteLine(tag + "." + key, question());
   }
 
   bool fOCLAvailable = false;

@@ -1,4 +1,4 @@
-#include "MyTester.h"
+#include "app/MyTester.h"
 
 #include "protocol/Questions.h"
 

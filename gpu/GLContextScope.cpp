@@ -1,6 +1,6 @@
-#include "GLContextScope.h"
+#include "gpu/GLContextScope.h"
 
-#include "ReportFailure.h"
+#include "log/ReportFailure.h"
 
 GLContextScope::GLContextScope(const boost::shared_ptr<ZOR::OGL::Context>& context)
     : fWrapper(true) {

@@ -3,9 +3,9 @@
 #include <boost/shared_ptr.hpp>
 #include <string_view>
 
-#include "ogl/Context.h"
-#include "ogl/ExtensionManager.h"
-#include "ogl/ScopedContextWrapper.h"
+#include "zor/ogl/Context.h"
+#include "zor/ogl/ExtensionManager.h"
+#include "zor/ogl/ScopedContextWrapper.h"
 
 /// Makes a GPU's context current for the length of one question; the end of the scope puts the
 /// previous one back. Throws ZOR::LogicalException when the context can't be made current.

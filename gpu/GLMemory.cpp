@@ -1,11 +1,11 @@
-#include "GLMemory.h"
+#include "gpu/GLMemory.h"
 
 #include <algorithm>
 
-#include "AdapterLog.h"
-#include "AdapterMemory.h"
-#include "GLContextScope.h"
-#include "GPUImpl.h"
+#include "gpu/AdapterMemory.h"
+#include "gpu/GLContextScope.h"
+#include "gpu/GPUImpl.h"
+#include "log/Diagnostic.h"
 
 namespace {
 
@@ -34,7 +34,7 @@ uint64_t askBytes(GPUImpl& impl, const MemoryQuery& query, const char* operation
     impl.DoGLGetIntegerv(query.name, kibibytes);
     return static_cast<uint64_t>(int64_t{kibibytes[0]}) << 10;
   } catch (...) {
-    AdapterLog(query.line)(operation, ": ", reason, ", GLGetIntegerv failure");
+    AdapterDiagnostic(query.line)(operation, ": ", reason, ", GLGetIntegerv failure");
     return 0;
   }
 }

@@ -1,8 +1,8 @@
-#include "GLChecks.h"
+#include "gpu/GLChecks.h"
 
 #include <iterator>
 
-#include "ogl/Program.h"
+#include "zor/ogl/Program.h"
 
 namespace {
 

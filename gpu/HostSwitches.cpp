@@ -1,6 +1,7 @@
-#include "HostSwitches.h"
+#include "gpu/HostSwitches.h"
 
 #include <algorithm>
+#include <iterator>
 #include <sstream>
 #include <string_view>
 
@@ -8,7 +9,11 @@
 
 namespace {
 
-constexpr const char* kStagesWithParts[] = {"OGLContextCreated", "NumGLGPUs", "NumCLGPUs"};
+// OpenGL's stages make contexts on the same devices: the first of them under the name of the
+// second.
+constexpr const char* kFirstContext = "OGLContextCreated";
+constexpr const char* kContexts = "NumGLGPUs";
+constexpr const char* kPlatforms = "NumCLGPUs";
 
 bool startsWith(std::string_view text, std::string_view start) {
   return text.substr(0, start.size()) == start;
@@ -24,7 +29,7 @@ std::pair<std::string_view, std::string_view> splitTag(std::string_view name) {
 
 bool isKnown(std::string_view name) {
   if (name == "OpenGL" || name == "OpenCL") return true;
-  for (const std::string stage : kStagesWithParts)
+  for (const std::string stage : {kContexts, kPlatforms})
     if (startsWith(name, stage + " ")) return true;
   const auto [word, rest] = splitTag(name);
   for (const protocol::Question& question : protocol::kQuestions) {
@@ -42,6 +47,8 @@ HostSwitches::HostSwitches(const std::string& skip, bool announce, Comment comme
   std::istringstream names(skip);
   for (std::string name; std::getline(names, name, ',');) {
     for (size_t comma; (comma = name.find("%2C")) != name.npos;) name.replace(comma, 3, ",");
+    if (startsWith(name, std::string(kFirstContext) + " "))
+      name.replace(0, std::string(kFirstContext).size(), kContexts);
     if (!name.empty()) fSkipped.insert(name);
   }
 }
@@ -52,27 +59,45 @@ std::vector<std::string> HostSwitches::UnknownNames() const {
   return unknown;
 }
 
-bool HostSwitches::Admits(const std::string& tag, const std::string& key) const {
+bool HostSwitches::AdmitsAPI(const std::string& api) const {
+  const bool skipped = fSkipped.count(api) > 0;
+  if (skipped) fComment("skipped " + api);
+  return !skipped;
+}
+
+void HostSwitches::BeginStage(const std::string& stage) {
+  fStage = stage;
+  Announce(stage);
+}
+
+bool HostSwitches::AdmitsPart(const std::string& name, const std::string& identity) {
+  constexpr size_t kLongest = 100;
+  std::string part = name.substr(0, kLongest);
+  std::replace_if(
+      part.begin(), part.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
+  std::vector<std::string>& same = fIdentities[part];
+  const auto place = std::find(same.begin(), same.end(), identity);
+  const auto number = place - same.begin() + 1;
+  if (place == same.end()) same.push_back(identity);
+  if (number > 1) part += " (" + std::to_string(number) + ")";
+
+  const bool first = fStage == kFirstContext;
+  const std::string skippedName = (first ? kContexts : fStage) + " " + part;
+  const bool skipped = fSkipped.count(skippedName) > 0;
+  if (!skipped)
+    Announce(fStage + " " + part);
+  else if (!first)
+    fComment("skipped " + skippedName);
+  return !skipped;
+}
+
+bool HostSwitches::AdmitsQuestion(const std::string& tag, const std::string& key) const {
   const std::string name = tag + "." + key;
   const bool skipped = fSkipped.count(name) + fSkipped.count(tag) + fSkipped.count(key) > 0;
-  return admitsUnless(skipped, name);
-}
-
-bool HostSwitches::Admits(const std::string& name) const {
-  return admitsUnless(fSkipped.count(name) > 0, name);
-}
-
-bool HostSwitches::admitsUnless(bool skipped, const std::string& name) const {
   if (skipped)
     fComment("skipped " + name);
   else
     Announce(name);
-  return !skipped;
-}
-
-bool HostSwitches::AdmitsAPI(const std::string& api) const {
-  const bool skipped = fSkipped.count(api) > 0;
-  if (skipped) fComment("skipped " + api);
   return !skipped;
 }
 
@@ -83,15 +108,4 @@ void HostSwitches::Announce(const std::string& name) const {
 HostSwitches& hostSwitches() {
   static HostSwitches switches;
   return switches;
-}
-
-bool ListedParts::Admits(const std::function<std::string()>& name) {
-  if (!hostSwitches().Steer()) return true;
-  constexpr size_t kLongest = 100;
-  std::string text = name().substr(0, kLongest);
-  std::replace_if(
-      text.begin(), text.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
-  const int number = ++fSeen[text];
-  if (number > 1) text += " (" + std::to_string(number) + ")";
-  return hostSwitches().Admits(std::string(fStage) + " " + text);
 }

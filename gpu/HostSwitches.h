@@ -7,7 +7,8 @@
 #include <vector>
 
 /// What a host wants of a run beyond the command line: what not to ask (GPUPROBE_SKIP) and whether
-/// to say beforehand what is asked (GPUPROBE_ANNOUNCE). docs/report.md has the names. One thread.
+/// to say beforehand what is asked (GPUPROBE_ANNOUNCE). docs/report.md has the names. What is left
+/// out leaves a comment line "skipped NAME", what is announced one "asking NAME". One thread.
 class HostSwitches {
  public:
   /// Writes one comment line of the report; may throw what writing it throws.
@@ -20,40 +21,30 @@ class HostSwitches {
 
   /// The names that mean nothing here, whatever machine it is. They skip nothing.
   std::vector<std::string> UnknownNames() const;
-
-  /// Whether a question is to be asked of a GPU. Announces it, or writes that it is skipped.
-  bool Admits(const std::string& tag, const std::string& key) const;
-  /// The same for an API, "OpenGL" or "OpenCL", which is not announced as such.
-  bool AdmitsAPI(const std::string& api) const;
-  /// The same for anything else by its whole name.
-  bool Admits(const std::string& name) const;
   /// Whether the host skips or announces anything.
   bool Steer() const { return fAnnounce || !fSkipped.empty(); }
-  /// Says that a stage is about to touch a driver.
+
+  /// Whether an API, "OpenGL" or "OpenCL", is to be asked at all. Not announced as such.
+  bool AdmitsAPI(const std::string& api) const;
+  /// Announces a stage that is about to touch a driver, for example "NumCLGPUs".
+  void BeginStage(const std::string& stage);
+  /// Whether a device or a platform that the stage is about to touch is wanted; announces it. The
+  /// name counts up to 100 bytes, of which any but printable ASCII is "?"; where several have the
+  /// same, told apart by their identity, the second is "name (2)". OpenGL's two stages with devices
+  /// share the names, and what is skipped is said in the second.
+  bool AdmitsPart(const std::string& name, const std::string& identity);
+  /// Whether a question is to be asked of a GPU; announces it.
+  bool AdmitsQuestion(const std::string& tag, const std::string& key) const;
+  /// Announces anything else.
   void Announce(const std::string& name) const;
 
  private:
-  bool admitsUnless(bool skipped, const std::string& name) const;
-
   std::set<std::string> fSkipped;
   bool fAnnounce = false;
   Comment fComment;
+  std::string fStage;
+  std::map<std::string, std::vector<std::string>> fIdentities;
 };
 
 /// Those of the process; the application sets them before anything is asked.
 HostSwitches& hostSwitches();
-
-/// The devices or platforms that one stage ("NumCLGPUs") is about to touch, one after the other.
-class ListedParts {
- public:
-  explicit ListedParts(const char* stage) : fStage(stage) {}
-
-  /// Whether the part is wanted. Announces it, or writes that it is skipped, by at most 100 bytes
-  /// of its name; a byte that is not printable ASCII is "?", and a second part of the name is "name
-  /// (2)". The name is asked for only when a host steers the run: it may come from a driver.
-  bool Admits(const std::function<std::string()>& name);
-
- private:
-  const char* fStage;
-  std::map<std::string, int> fSeen;
-};

@@ -1,9 +1,9 @@
-#include "GLChecks.h"
+#include "gpu/GLChecks.h"
 
-#include "SnifferLog.h"
-#include "ogl/Framebuffer.h"
-#include "ogl/OpenGLInterceptor.h"
-#include "ogl/Texture2D.h"
+#include "log/Diagnostic.h"
+#include "zor/ogl/Framebuffer.h"
+#include "zor/ogl/OpenGLInterceptor.h"
+#include "zor/ogl/Texture2D.h"
 
 using ZOR::OGL::OpenGLInterceptor;
 
@@ -103,6 +103,6 @@ bool DrawToTextureLeavesNoError() {
   framebuffer.unbind();
   const GLenum glStatus = gl.glGetError(ZOR_HERE);
   if (glStatus == GL_NO_ERROR) return true;
-  SnifferLog{}("DoGLFramebufferOK", ": glGetError() returns", glStatus);
+  Diagnostic{}("DoGLFramebufferOK", ": glGetError() returns", glStatus);
   return false;
 }

@@ -1,10 +1,10 @@
-#include "AdapterJoin.h"
+#include "linux/AdapterJoin.h"
 
 #include <algorithm>
 #include <string_view>
 
-#include "DRMData.h"
-#include "SnifferLog.h"
+#include "linux/DRMData.h"
+#include "log/Diagnostic.h"
 
 namespace {
 
@@ -43,7 +43,7 @@ void joinByElimination(const std::vector<JoinDevice>& devices, Adapters& known,
   if (count == 0) return;
   const Adapters leftOver = findLeftOver(devices, known, adapters);
   if (count != 1 || leftOver.size() != 1) {
-    SnifferLog{}("not joined: ", count, " NVIDIA contexts without a node, ", leftOver.size(),
+    Diagnostic{}("not joined: ", count, " NVIDIA contexts without a node, ", leftOver.size(),
                  " NVIDIA adapters left over");
     return;
   }
@@ -74,17 +74,17 @@ std::vector<AdapterJoin> JoinDevices(const std::vector<JoinDevice>& devices,
       return adapter && join.adapter == adapter;
     });
     if (same != joins.end()) {
-      SnifferLog{}("context[", i, "]=", devices[i].name, " left out: adapter ",
+      Diagnostic{}("context[", i, "]=", devices[i].name, " left out: adapter ",
                    adapter->Desc().address, " has context[", same->device,
                    "]=", devices[same->device].name);
       continue;
     }
     joins.push_back({i, adapter});
     if (adapter)
-      SnifferLog{}("context[", i, "]=", devices[i].name, " joined to adapter ",
+      Diagnostic{}("context[", i, "]=", devices[i].name, " joined to adapter ",
                    adapter->Desc().address);
     else
-      SnifferLog{}("context[", i, "]=", devices[i].name, " joined to no adapter");
+      Diagnostic{}("context[", i, "]=", devices[i].name, " joined to no adapter");
   }
   // Pointers into one vector, so their order is that of the adapters.
   std::stable_sort(joins.begin(), joins.end(), [](const AdapterJoin& a, const AdapterJoin& b) {

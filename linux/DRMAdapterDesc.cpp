@@ -1,4 +1,4 @@
-#include "DRMAdapterDesc.h"
+#include "linux/DRMAdapterDesc.h"
 
 #include <unistd.h>
 
@@ -8,8 +8,8 @@
 #include <optional>
 #include <sstream>
 
-#include "AdapterMemory.h"
-#include "SysfsFile.h"
+#include "gpu/AdapterMemory.h"
+#include "linux/SysfsFile.h"
 
 using std::filesystem::path;
 

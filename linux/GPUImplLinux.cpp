@@ -1,15 +1,14 @@
-#include "GPUImplLinux.h"
+#include "linux/GPUImplLinux.h"
 
 #include <algorithm>
 #include <boost/make_shared.hpp>
 
-#include "AdapterJoin.h"
-#include "GLDriverText.h"
-#include "GLMemory.h"
-#include "GPU.h"
-#include "LogAndPrint.h"
-#include "PCINames.h"
-#include "SnifferLog.h"
+#include "gpu/GLMemory.h"
+#include "gpu/GPU.h"
+#include "linux/AdapterJoin.h"
+#include "linux/GLDriverText.h"
+#include "linux/PCINames.h"
+#include "log/Diagnostic.h"
 
 namespace {
 
@@ -24,9 +23,9 @@ GPUList GPUImplLinux::DoGetGPUs() {
   try {
     findGPUs(gpus);
   } catch (const std::exception& e) {
-    LogAndPrint(SnifferLog{}, std::string("DoGetGPUs fails with exception: ") + e.what());
+    PrintDiagnostic(Diagnostic{}, std::string("DoGetGPUs fails with exception: ") + e.what());
   } catch (...) {
-    LogAndPrint(SnifferLog{}, "DoGetGPUs fails with exception");
+    PrintDiagnostic(Diagnostic{}, "DoGetGPUs fails with exception");
   }
   return gpus;
 }
@@ -49,7 +48,7 @@ void GPUImplLinux::findGPUs(GPUList& gpus) const {
     if (impls.size() > 1) impls.resize(1);
   }
   for (const auto& impl : impls) gpus.push_back(boost::make_shared<GLGPU>(impl));
-  if (gpus.empty()) SnifferLog{}("no OpenGL device gives a context");
+  if (gpus.empty()) Diagnostic{}("no OpenGL device gives a context");
 }
 
 GPUImplLinux::Impls GPUImplLinux::makeImpls(const std::vector<DeviceContext>& contexts) {
@@ -67,7 +66,7 @@ GPUImplLinux::Impls GPUImplLinux::makeImpls(const std::vector<DeviceContext>& co
 
 void GPUImplLinux::nameAndLog(std::vector<DRMData>& adapters) const {
   NameAdapters(fRoot, adapters);
-  for (size_t i = 0; i < adapters.size(); ++i) SnifferLog{}("adapter[", i, "]", adapters[i].Desc());
+  for (size_t i = 0; i < adapters.size(); ++i) Diagnostic{}("adapter[", i, "]", adapters[i].Desc());
 }
 
 void GPUImplLinux::joinAdapters(Impls& hardware, std::vector<DRMData>& adapters) const {
@@ -88,10 +87,10 @@ bool GPUImplLinux::drawsInSoftware() {
   try {
     // On a card that it has no driver for, Mesa may draw in software.
     if (!IsSoftwareRenderer(DoGetGLRenderer())) return false;
-    SnifferLog{}(fDeviceName, ": its context draws in software");
+    Diagnostic{}(fDeviceName, ": its context draws in software");
     return true;
   } catch (const std::exception& e) {
-    SnifferLog{}(fDeviceName, ": no renderer: ", e.what());
+    Diagnostic{}(fDeviceName, ": no renderer: ", e.what());
     return false;
   }
 }
@@ -100,7 +99,7 @@ bool GPUImplLinux::hasNVIDIADriver() {
   try {
     return IsNVIDIADriver(glText(kGLVendor));
   } catch (const std::exception& e) {
-    SnifferLog{}(fDeviceName, ": no vendor: ", e.what());
+    Diagnostic{}(fDeviceName, ": no vendor: ", e.what());
     return false;
   }
 }
@@ -110,7 +109,7 @@ unsigned GPUImplLinux::DoGetGLMemoryMB() {
       fSoftware ? 0 : ListedGLMemoryBytes(*this, glContext, "GPUImplLinux::DoGetGLMemoryMB");
   const auto glMB = static_cast<uint32_t>(bytes >> 20);
   const uint32_t systemMB = fAdapter.GetVideoMemory();
-  SnifferLog{}("glVRAM=", glMB, " systemVRAM=", systemMB);
+  Diagnostic{}("glVRAM=", glMB, " systemVRAM=", systemMB);
   return std::max(glMB, systemMB);
 }
 

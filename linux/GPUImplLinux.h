@@ -3,9 +3,9 @@
 #include <filesystem>
 #include <vector>
 
-#include "DRMData.h"
-#include "DisplayContexts.h"
-#include "GPUImplHardware.h"
+#include "gpu/GPUImplHardware.h"
+#include "linux/DRMData.h"
+#include "linux/DisplayContexts.h"
 
 /// One GPU on Linux: OpenGL and OpenCL answer as everywhere; identifiers, names, memory, the
 /// driver's name and the integrated verdict come from the kernel's description of the adapter.

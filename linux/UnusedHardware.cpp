@@ -1,13 +1,13 @@
-#include "UnusedHardware.h"
+#include "linux/UnusedHardware.h"
 
 #include <unistd.h>
 
 #include <cerrno>
 #include <system_error>
 
-#include "AdapterJoin.h"
-#include "DRMData.h"
-#include "SnifferLog.h"
+#include "linux/AdapterJoin.h"
+#include "linux/DRMData.h"
+#include "log/Diagnostic.h"
 
 using std::filesystem::path;
 
@@ -45,15 +45,15 @@ std::string UnusedReason(const DRMAdapterDesc& desc, const std::vector<NodeAcces
 
 void LogUnusedHardware(const path& root, std::vector<DRMData> adapters,
                        const std::vector<FailedDevice>& failures) {
-  if (!SnifferLog::isOn()) return;
+  if (!Diagnostic::isOn()) return;
   DRMData::AddDevicesWithoutNodes(root, adapters);
   for (const DRMData& adapter : adapters) {
     const DRMAdapterDesc& desc = adapter.Desc();
-    SnifferLog{}("hardware not used: adapter ", desc.address, ": ",
+    Diagnostic{}("hardware not used: adapter ", desc.address, ": ",
                  UnusedReason(desc, checkNodes(root, desc.nodes), failures));
   }
   std::error_code error;
   const bool seen = std::filesystem::exists(root / "sys/bus", error);
   if (adapters.empty())
-    SnifferLog{}("hardware not used: ", seen ? "there is no adapter" : "there is no /sys to ask");
+    Diagnostic{}("hardware not used: ", seen ? "there is no adapter" : "there is no /sys to ask");
 }

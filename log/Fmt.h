@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdarg>
 #include <cstdint>
 #include <string>
 
@@ -110,3 +111,8 @@ void renderQuotedChar(std::string& out, char value, char quote);
 std::string hexadecimalFormat(int bytes, const char* lengthModifier);
 /// "%11ld" for (4, "l"): wide enough for any signed value of that many bytes.
 std::string paddedDecimalFormat(int bytes, const char* lengthModifier);
+
+/// printf into a string; empty when the text cannot be formatted.
+std::string stringPrintf(const char* format, ...) __attribute__((format(printf, 1, 2)));
+/// The same of an argument list, which may be used again afterwards.
+std::string stringVPrintf(const char* format, va_list args);

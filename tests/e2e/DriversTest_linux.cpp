@@ -2,7 +2,7 @@
 
 #include <csignal>
 
-#include "Probe.h"
+#include "tests/e2e/Probe.h"
 
 namespace {
 
@@ -110,8 +110,8 @@ void expectTimeout(const Outcome& run, const Lines& out) {
 }
 
 TEST(LinuxWaits, TimeoutEndsTheProbeAndKeepsItsLines) {
-  // Time for the whole report on a busy machine. A host may have handed down its own settings of the
-  // signal.
+  // Time for the whole report on a busy machine. A host may have handed down its own settings of
+  // the signal.
   expectTimeout(RunProbe({{"-timeout=5", "-hang=60000"},
                           "",
                           Start().streams,

@@ -1,4 +1,4 @@
-#include "Probe.h"
+#include "tests/e2e/Probe.h"
 
 #include <spawn.h>
 #include <sys/wait.h>

@@ -1,13 +1,13 @@
-#include "AdapterJoin.h"
+#include "linux/AdapterJoin.h"
 
 #include <gmock/gmock.h>
 
 #include <cerrno>
 
-#include "DRMData.h"
-#include "LogCapture.h"
-#include "SysfsTree.h"
-#include "UnusedHardware.h"
+#include "linux/DRMData.h"
+#include "linux/UnusedHardware.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/SysfsTree.h"
 
 namespace {
 

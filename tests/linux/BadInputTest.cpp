@@ -4,11 +4,11 @@
 #include <boost/algorithm/string/replace.hpp>
 #include <sstream>
 
-#include "DRMData.h"
-#include "LogCapture.h"
-#include "PCINames.h"
-#include "SysfsFile.h"
-#include "SysfsTree.h"
+#include "linux/DRMData.h"
+#include "linux/PCINames.h"
+#include "linux/SysfsFile.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/SysfsTree.h"
 
 namespace {
 

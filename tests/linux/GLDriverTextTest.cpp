@@ -1,4 +1,4 @@
-#include "GLDriverText.h"
+#include "linux/GLDriverText.h"
 
 #include <gtest/gtest.h>
 

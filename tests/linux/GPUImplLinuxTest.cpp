@@ -1,11 +1,11 @@
-#include "GPUImplLinux.h"
+#include "linux/GPUImplLinux.h"
 
 #include <gmock/gmock.h>
 
-#include "FakeGL.h"
-#include "GPU.h"
-#include "LogCapture.h"
-#include "SysfsTree.h"
+#include "gpu/GPU.h"
+#include "tests/support/FakeGL.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/SysfsTree.h"
 
 namespace {
 

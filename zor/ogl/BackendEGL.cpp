@@ -1,9 +1,9 @@
 #include <exception>
 #include <optional>
 
-#include "core/Exceptions.h"
-#include "ogl/Backend.h"
-#include "ogl/EGLApi.h"
+#include "zor/core/Exceptions.h"
+#include "zor/ogl/Backend.h"
+#include "zor/ogl/EGLApi.h"
 
 namespace ZOR::OGL {
 namespace {
@@ -178,6 +178,7 @@ std::vector<DisplayDeviceKey> BackendEGL::displayDevices() {
 DisplayDeviceKey BackendEGL::primaryDisplayDevice() {
   std::exception_ptr firstFailure;
   for (const Device& device : devices()) {
+    if (deviceFilter && !deviceFilter(device.key)) continue;
     try {
       fPrimaryContext = createContext(device.key);
       fPrimaryID = device.key.displayID;

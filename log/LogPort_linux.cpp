@@ -1,15 +1,29 @@
+#include "log/LogPort.h"
+
+#include <fcntl.h>
+#include <pthread.h>
 #include <pwd.h>
+#include <syslog.h>
 #include <unistd.h>
 
 #include <boost/filesystem/operations.hpp>
 #include <cstdlib>
+#include <ctime>
 #include <fstream>
 
-#include "LogPort.h"
+#include "log/NKLogger.h"
 
 namespace fs = boost::filesystem;
 
 namespace {
+
+constexpr std::int64_t kNanosPerSecond = 1000000000;
+
+std::int64_t nanoseconds(clockid_t clock) {
+  timespec now{};
+  clock_gettime(clock, &now);
+  return now.tv_sec * kNanosPerSecond + now.tv_nsec;
+}
 
 std::string environment(const char* name) {
   const char* value = std::getenv(name);
@@ -59,6 +73,57 @@ fs::path xdgDesktop(const fs::path& home) {
 }
 
 }  // namespace
+
+std::int64_t logport::clockTicks() {
+  return nanoseconds(CLOCK_MONOTONIC);
+}
+
+double logport::secondsPerTick() {
+  return 1.0 / static_cast<double>(kNanosPerSecond);
+}
+
+std::int64_t logport::utcMicroseconds() {
+  return nanoseconds(CLOCK_REALTIME) / 1000;
+}
+
+std::uint64_t logport::currentThreadId() {
+  return static_cast<std::uint64_t>(gettid());
+}
+
+void logport::nameThreadForDebugger(const std::string& name) {
+  // The kernel refuses names of more than 15 bytes.
+  pthread_setname_np(pthread_self(), name.substr(0, 15).c_str());
+}
+
+std::FILE* logport::privateCopy(std::FILE* stream) {
+  const int copy = fcntl(fileno(stream), F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+  if (copy == -1) return nullptr;
+  // Refused where the descriptor is open for reading only.
+  std::FILE* const own = fdopen(copy, "w");
+  if (!own) close(copy);
+  return own;
+}
+
+void logport::leadToStandardError(std::FILE* stream) {
+  dup2(STDERR_FILENO, fileno(stream));
+}
+
+void logport::writeDebugText(const char* text) {
+  // A message arrives in pieces, but each syslog call is a record: one record per line. Never
+  // destroyed: statics of other files may still log while the process ends.
+  static std::string& line = *new std::string;
+  const LoggingLock lock;
+  line += text;
+  for (auto end = line.find_first_of("\r\n"); end != std::string::npos;
+       end = line.find_first_of("\r\n")) {
+    if (end > 0) syslog(LOG_USER | LOG_DEBUG, "%s", line.substr(0, end).c_str());
+    line.erase(0, end + 1);
+  }
+}
+
+std::FILE* logport::openSharedAppend(const boost::filesystem::path& path) {
+  return std::fopen(path.c_str(), "ae");
+}
 
 fs::path logport::desktopFolder() {
   const fs::path home = homeFolder();

@@ -1,23 +1,24 @@
 #pragma once
 
 #include <sstream>
+#include <string>
 
-#include "LogChannel.h"
-#include "NKLogger.h"
+#include "log/LogChannel.h"
+#include "log/NKLogger.h"
 
 /// The program's own diagnostics channel; its level comes from -verbose=.
 inline LogChannel gpuSnifferChannel{"GPUSniffer", 0};
 
 /// One guarded diagnostic line on the "GPUSniffer" channel:
 ///
-///     SnifferLog{}("adapter[", index, "] displays: ", displays);
+///     Diagnostic{}("adapter[", index, "] displays: ", displays);
 ///
 /// The pieces are streamed only when the channel is on; control characters in them become blanks,
 /// because drivers' texts may have several lines. An exception raised while the line is built or
 /// written ends there: a diagnostic never changes what the program does.
-class SnifferLog {
+class Diagnostic {
  public:
-  explicit SnifferLog(const char* file = __builtin_FILE(), int line = __builtin_LINE())
+  explicit Diagnostic(const char* file = __builtin_FILE(), int line = __builtin_LINE())
       : fFile(file), fLine(line) {}
 
   template <class... Pieces>
@@ -51,3 +52,12 @@ class SnifferLog {
   const char* fFile;
   int fLine;
 };
+
+/// One guarded diagnostic line about adapters. All of them carry one source unit and fixed line
+/// numbers, by which a host's logger tells them apart whatever file they come from.
+inline Diagnostic AdapterDiagnostic(int line) {
+  return Diagnostic{"sources/win/GPUImplWin", line};
+}
+
+/// One text to the log and, as a line, to standard error.
+void PrintDiagnostic(const Diagnostic& log, const std::string& text);
