@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <boost/make_shared.hpp>
+#include <iterator>
 
 #include "gpu/GLMemory.h"
 #include "gpu/GPU.h"
 #include "linux/AdapterJoin.h"
-#include "linux/GLDriverText.h"
 #include "linux/PCINames.h"
 #include "log/Diagnostic.h"
 
@@ -15,6 +15,31 @@ namespace {
 /// Fixed by OpenGL 1.0.
 constexpr unsigned kGLVendor = 0x1F00;
 constexpr unsigned kGLVersion = 0x1F02;
+
+// Mesa and NVIDIA put the profile in parentheses, AMD's own driver writes it out.
+constexpr std::string_view kProfileRemarks[] = {
+    "(Compatibility Profile)", "(Core Profile)",  "Compatibility Profile Context",
+    "Core Profile Context",    "Profile Context",
+};
+
+// Mesa's two of today, its two of yesterday, and Google's.
+constexpr std::string_view kSoftwareRenderers[] = {
+    "llvmpipe", "softpipe", "Software Rasterizer", "SWR", "Google SwiftShader",
+};
+
+void skipBlanks(std::string_view& text) {
+  text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
+}
+
+void logDevice(DeviceStep step, uint64_t index, const ZOR::OGL::DisplayDeviceKey& key,
+               const DisplayContexts& soFar) {
+  if (step == DeviceStep::kMade)
+    Diagnostic{}("zorDevice[", index, "]=", key.deviceName, ' ', key.deviceString,
+                 " gives context[", soFar.contexts.size() - 1, "]");
+  else if (step == DeviceStep::kFailed)
+    Diagnostic{}("no context on zorDevice[", index, "]=", key.deviceName, ": ",
+                 soFar.failures.back().reason);
+}
 
 }  // namespace
 
@@ -32,7 +57,7 @@ GPUList GPUImplLinux::DoGetGPUs() {
 
 void GPUImplLinux::findGPUs(GPUList& gpus) const {
   // The contexts come first: they wake their adapters, so that these can tell their memory.
-  DisplayContexts devices = CreateDisplayContexts();
+  DisplayContexts devices = CreateDisplayContexts(logDevice);
   std::vector<DRMData> adapters = DRMData::GetAllDevices(fRoot);
   Impls impls = makeImpls(devices.contexts);
   const auto software = std::stable_partition(impls.begin(), impls.end(),
@@ -126,4 +151,27 @@ std::string GPUImplLinux::DoGetGLDriverVersion() {
 std::string GPUImplLinux::DoGetGLDriver() {
   const std::string& driver = fAdapter.Desc().driver;
   return driver.empty() ? fContext->driverName() : driver;
+}
+
+std::string DriverVersionFromGLVersion(std::string_view glVersion) {
+  // OpenGL 4.6, section 22.2: version number, blank, vendor-specific information.
+  glVersion.remove_prefix(std::min(glVersion.find(' '), glVersion.size()));
+  skipBlanks(glVersion);
+  for (std::string_view remark : kProfileRemarks) {
+    if (glVersion.substr(0, remark.size()) != remark) continue;
+    glVersion.remove_prefix(remark.size());
+    skipBlanks(glVersion);
+    break;
+  }
+  return std::string(glVersion);
+}
+
+bool IsSoftwareRenderer(std::string_view glRenderer) {
+  return std::any_of(
+      std::begin(kSoftwareRenderers), std::end(kSoftwareRenderers),
+      [&](std::string_view name) { return glRenderer.substr(0, name.size()) == name; });
+}
+
+bool IsNVIDIADriver(std::string_view glVendor) {
+  return glVendor == "NVIDIA Corporation";
 }

@@ -61,7 +61,7 @@ std::uint64_t logport::currentThreadId() {
 }
 
 void logport::nameThreadForDebugger(const std::string& name) {
-  // A debugger sees the exception before any handler does; without one, nobody else wants it. The
+  // A debugger sees the exception before any handler does; without one it means nothing. The
   // compiler has no __try, so a vectored handler swallows it. Unhandled, it would end the program.
   void* const handler = AddVectoredExceptionHandler(1, swallowThreadNaming);
   if (!handler) return;

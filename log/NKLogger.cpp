@@ -132,8 +132,8 @@ boost::recursive_mutex& loggingMutex() {
 boost::shared_ptr<NKLogger> currentLogger() {
   ensureLogging();
   if (auto logger = NKLogger::top()) return logger;
-  // The file logger takes the logging lock itself; taken first, nobody waits for the static while
-  // holding it.
+  // The file logger takes the logging lock itself; taken first, no thread waits for the static
+  // while holding it.
   const LoggingLock lock;
   static const NKFileLogger* const defaultLogger = new NKFileLogger;
   static_cast<void>(defaultLogger);

@@ -7,7 +7,6 @@
 #include "gpu/WideText.h"
 #include "log/ReportFailure.h"
 #include "win/DescFormat.h"
-#include "win/Diagnostics.h"
 #include "win/WindowsApi.h"
 
 using Microsoft::WRL::ComPtr;

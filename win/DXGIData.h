@@ -12,7 +12,7 @@
 /// One display adapter as DXGI describes it.
 class DXGIData : public GPUData {
  public:
-  /// An adapter nobody has found: every number 0, no text.
+  /// No adapter: every number 0, no text.
   DXGIData() : fAdapterDesc{} {}
   explicit DXGIData(const DXGI_ADAPTER_DESC& desc) : fAdapterDesc(desc) {}
 

@@ -7,6 +7,7 @@
 #include "gpu/GLMemory.h"
 #include "gpu/GPU.h"
 #include "log/Diagnostic.h"
+#include "win/DescFormat.h"
 
 namespace {
 
@@ -29,6 +30,27 @@ bool namesAnotherMaker(const std::string& glVendor, uint32_t vendorID) {
          });
 }
 
+void logDevice(DeviceStep step, uint64_t index, const ZOR::OGL::DisplayDeviceKey& key,
+               const DisplayContexts& soFar) {
+  switch (step) {
+    case DeviceStep::kNext:
+      AdapterDiagnostic(837)("zorDeviceIndex=", index);
+      break;
+    case DeviceStep::kFound:
+      AdapterDiagnostic(843)("creating ContextOffscreen for ", Formatted(FormatDisplayDevice, key));
+      break;
+    case DeviceStep::kMade:
+      if (const std::string remark = soFar.contexts.back().context->remark(); !remark.empty())
+        Diagnostic{}("zorDevice[", index, "] context: ", remark);
+      AdapterDiagnostic(846)("zorDevice[", index, "]=", Formatted(FormatDisplayDevice, key));
+      break;
+    case DeviceStep::kFailed:
+      Diagnostic{}("no context: ", soFar.failures.back().reason);
+      PrintDiagnostic(AdapterDiagnostic(853), "ContextOffscreen exception caught and ignored.");
+      break;
+  }
+}
+
 }  // namespace
 
 GPUList GPUImplWin::DoGetGPUs() {
@@ -46,7 +68,10 @@ void GPUImplWin::findGPUs(GPUList& gpus) {
   AdapterDiagnostic(873)("wmiNumDevices=", wmi.size());
   const std::vector<DXGIData> dxgi = DXGIData::GetAllDevices();
   AdapterDiagnostic(877)("dxgiNumDevices=", dxgi.size());
-  const DisplayContexts contexts = CreateDisplayContexts();
+  // Of two display devices with one name (two monitors on an adapter) the later counts.
+  ContextsByName contexts;
+  for (const DeviceContext& made : CreateDisplayContexts(logDevice).contexts)
+    contexts[made.key.deviceString] = made.context;
   AdapterDiagnostic(883)("zorNumContexts=", contexts.size());
 
   // A name is all that the three sources share.
@@ -58,13 +83,13 @@ void GPUImplWin::findGPUs(GPUList& gpus) {
   if (!gpus.empty() || contexts.empty()) return;
   AdapterDiagnostic(970)("successful context creation but no matching WMI or DXGI devices found");
   const auto impl = boost::make_shared<GPUImplWin>();
-  impl->glContext = contexts.begin()->second.first;
+  impl->glContext = contexts.begin()->second;
   gpus.push_back(boost::make_shared<GLGPU>(impl));
 }
 
 template <class Record>
 void GPUImplWin::joinRecords(const std::vector<Record>& records, Record GPUImplWin::*field,
-                             const char* service, int line, const DisplayContexts& contexts,
+                             const char* service, int line, const ContextsByName& contexts,
                              ImplsByName& impls) {
   for (const Record& record : records) {
     const std::string name = record.GetName();
@@ -76,7 +101,7 @@ void GPUImplWin::joinRecords(const std::vector<Record>& records, Record GPUImplW
     boost::shared_ptr<GPUImplWin>& impl = impls[name];
     if (!impl) {
       impl = boost::make_shared<GPUImplWin>();
-      impl->glContext = found->second.first;
+      impl->glContext = found->second;
     }
     (*impl).*field = record;
   }

@@ -12,7 +12,7 @@ struct IWbemClassObject;
 /// Win32_VideoController. Texts are in escaped ASCII (WideToEscapedAscii).
 class WMIData : public GPUData {
  public:
-  /// A controller nobody has found: numbers 0, texts "?".
+  /// No controller: numbers 0, texts "?".
   WMIData();
   /// Reads one instance. A property that is missing or of another type leaves 0 or no text.
   WMIData(IWbemClassObject& object, uint32_t vendorID, uint32_t deviceID);

@@ -21,23 +21,32 @@ std::string describe(const GPUList& gpus) {
   return text;
 }
 
+/// What only the adapter and the driver's version text know of the first one.
+std::string identity(const GPUList& gpus) {
+  const auto& gpu = dynamic_cast<const GLGPU&>(*gpus.at(0));
+  std::ostringstream text;
+  text << std::hex << gpu.VendorID() << ':' << gpu.RendererID() << ' ' << gpu.Driver() << '|'
+       << gpu.DriverVersion() << '|' << gpu.DriverDate();
+  return text.str();
+}
+
 TEST(GPUImplLinux, SoftwareStandsInOnlyWithoutHardware) {
   const struct {
-    Devices devices;
-    std::map<std::string, std::string> failing;
+    std::vector<const char*> devices;  // failing ones begin with an exclamation mark
     size_t gpus;
-  } cases[] = {
-      {{}, {}, 0},
-      {{{"software", "", "0"}}, {}, 1},
-      {{{"/dev/dri/card0", "", "0"}, {"software", "", "1"}}, {}, 1},
-      {{{"/dev/dri/card0", "", "0"}, {"/dev/dri/card1", "", "1"}, {"software", "", "2"}}, {}, 2},
-      {{{"/dev/dri/card0", "", "0"}, {"software", "", "1"}}, {{"/dev/dri/card0", "denied"}}, 1},
-      {{{"software", "", "0"}}, {{"software", "eglInitialize: EGL_BAD_ALLOC"}}, 0},
-  };
+  } cases[] = {{{}, 0},
+               {{"software"}, 1},
+               {{"/dev/dri/card0", "software"}, 1},
+               {{"/dev/dri/card0", "/dev/dri/card1", "software"}, 2},
+               {{"!/dev/dri/card0", "software"}, 1},
+               {{"!software"}, 0}};
   for (const auto& c : cases) {
     FakeGL gl;
-    gl.devices = c.devices;
-    gl.failingDevices = c.failing;
+    gl.devices.clear();
+    for (const char* name : c.devices) {
+      gl.devices.push_back({name, "", ""});
+      if (*name == '!') gl.failingDevices[name] = "denied";
+    }
     const GPUList gpus = GPUImplLinux("/nowhere").DoGetGPUs();
     EXPECT_EQ(gpus.size(), c.gpus);
     // Contexts that no GPU took are gone.
@@ -55,14 +64,9 @@ TEST(GPUImplLinux, SoftwareRendererHasNoIdentity) {
   LogCapture log;
   // The card's own device draws in software as well.
   const GPUList gpus = GPUImplLinux(tree.root()).DoGetGPUs();
-  ASSERT_EQ(gpus.size(), 1U);
-  const auto gpu = boost::dynamic_pointer_cast<GLGPU>(gpus[0]);
-  ASSERT_TRUE(gpu);
   EXPECT_EQ(describe(gpus), "llvmpipe (LLVM 15) 0 ");
-  EXPECT_EQ(gpu->Version(), "3.3");
-  EXPECT_EQ(gpu->DriverVersion(), "Mesa 22.3.6");
-  EXPECT_EQ(gpu->Driver(), "fake");
-  EXPECT_EQ(gpu->VendorID() + gpu->RendererID(), 0U);
+  EXPECT_EQ(identity(gpus), "0:0 fake|Mesa 22.3.6|");
+  EXPECT_EQ(gpus[0]->Version(), "3.3");
   const std::string said = tree.withoutRoot(log.take());
   EXPECT_THAT(said, HasSubstr("adapter[0]{ Address=0000:01:00.0 "));
   EXPECT_THAT(said, HasSubstr("/dev/dri/card0: its context draws in software"));
@@ -78,18 +82,30 @@ TEST(GPUImplLinux, AnswersOfTheAdapter) {
   gl.extensions = {"GL_NVX_gpu_memory_info"};
   gl.version = "4.6.0";
   const GPUList gpus = GPUImplLinux(tree.root()).DoGetGPUs();
-  ASSERT_EQ(gpus.size(), 1U);
-  const auto gpu = boost::dynamic_pointer_cast<GLGPU>(gpus[0]);
-  EXPECT_EQ(gpu->Name(), gpu->Renderer());  // no pci.ids there
-  EXPECT_EQ(gpu->VendorID(), 0x10DEU);
-  EXPECT_EQ(gpu->RendererID(), 0x2484U);
-  EXPECT_EQ(gpu->MemoryMB(), 8192U);
-  EXPECT_EQ(gpu->Driver(), "nvidia");
-  EXPECT_EQ(gpu->DriverVersion(), "535.54.03");  // GL_VERSION has none
-  EXPECT_EQ(gpu->DriverDate(), "Tue Jun  6 22:20:39 UTC 2023");
-  EXPECT_FALSE(gpu->IsIntegrated());
+  // There is no pci.ids, and GL_VERSION has no driver's version at first.
+  EXPECT_EQ(describe(gpus), "NVIDIA GeForce RTX 3070/PCIe/SSE2 8192 ");
+  EXPECT_EQ(identity(gpus), "10de:2484 nvidia|535.54.03|Tue Jun  6 22:20:39 UTC 2023");
   gl.version = "4.6.0 NVIDIA 535.54.03";
-  EXPECT_EQ(gpu->DriverVersion(), "NVIDIA 535.54.03");
+  EXPECT_THAT(identity(gpus), HasSubstr("|NVIDIA 535.54.03|"));
+}
+
+// Adapters are read when the contexts have woken them.
+TEST(GPUImplLinux, AsleepUntilTheContextIsThere) {
+  const SysfsTree tree(SysfsTree::Recorded("asleep"));
+  struct WakingGL : FakeGL {
+    std::unique_ptr<ZOR::OGL::NativeContext> createContext(
+        const ZOR::OGL::DisplayDeviceKey& key) override {
+      machine->write("sys/devices/pci0000:00/0000:00:01.1/0000:01:00.0/power/runtime_status",
+                     "active");
+      return FakeGL::createContext(key);
+    }
+    const SysfsTree* machine = nullptr;
+  } gl;
+  gl.machine = &tree;
+  gl.devices = {{"/dev/dri/card1", "", "0"}};
+  LogCapture log;
+  GPUImplLinux(tree.root()).DoGetGPUs();
+  EXPECT_THAT(log.take(), Not(HasSubstr("Asleep=1")));
 }
 
 TEST(GPUImplLinux, LargerOfTheTwoFigures) {
@@ -102,7 +118,6 @@ TEST(GPUImplLinux, LargerOfTheTwoFigures) {
     const char* gpus;
   } cases[] = {
       {"intel-integrated", one, {{0x9047, 4 << 20}}, "GL 4096i "},
-      {"amd-integrated", one, {{0x87FC, 1 << 19}}, "GL 1856i "},
       {"amd-integrated", one, {{0x87FC, 2 << 20}}, "GL 2048i "},
       {"amd-legacy", one, {{0x87FC, 1 << 20}}, "GL 1024 "},
       {"amd-legacy", one, {{0x87FC, -1}}, "GL 0 "},
@@ -128,6 +143,23 @@ TEST(GPUImplLinux, LargerOfTheTwoFigures) {
     gl.strings = {{GL_RENDERER, "GL"}, {GL_VENDOR, "NVIDIA Corporation"}};
     EXPECT_EQ(describe(GPUImplLinux(tree.root()).DoGetGPUs()), c.gpus) << c.machine;
   }
+}
+
+TEST(GLDriverText, VersionsAndKindsOfEveryMaker) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"4.5 (Compatibility Profile) Mesa 22.3.6", "Mesa 22.3.6"},
+      {"4.6 (Core Profile) Mesa 23.1.0-devel (git-1a2b3c)", "Mesa 23.1.0-devel (git-1a2b3c)"},
+      {"4.6.14761 Compatibility Profile Context 21.40.1", "21.40.1"},
+      {"4.6.0 Compatibility Profile Context", ""},
+      {"3.1.13399 Profile Context 15.20", "15.20"},
+      {"4.4.0 - Build 20.19.15.4549", "- Build 20.19.15.4549"},
+      {"4.6   ", ""},
+      {"", ""}};
+  for (const auto& [text, driver] : cases) EXPECT_EQ(DriverVersionFromGLVersion(text), driver);
+  for (const char* name : {"llvmpipe (LLVM 15.0.6, 256 bits)", "softpipe", "Software Rasterizer"})
+    EXPECT_TRUE(IsSoftwareRenderer(name));
+  for (const char* name : {"AMD Radeon Graphics (renoir, LLVM 15.0.6)", "", "virgl (llvmpipe)"})
+    EXPECT_FALSE(IsSoftwareRenderer(name));
 }
 
 }  // namespace
