@@ -31,9 +31,6 @@ TEST(AdapterJoin, ByNodeInTheOrderOfTheAdapters) {
     std::vector<std::string> devices;
     const char* joins;
   } cases[] = {
-      {"intel-nvidia-hybrid",
-       {"/dev/dri/card0", "/dev/dri/card1"},
-       "1=0000:00:02.0 0=0000:01:00.0 "},
       // Two makers' libraries know the same card, one by its render node.
       {"intel-nvidia-hybrid",
        {"/dev/dri/card0", "/dev/dri/card1", "/dev/dri/renderD128"},
