@@ -130,10 +130,13 @@ void writeLine(DWORD code, uintptr_t counter, uintptr_t stack) {
   WriteFile(failures, text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
 }
 
+// The system's own end has the same exit code, but Wine starts a debugger on the way there, error
+// mode or not, and a host would wait for that.
 LONG WINAPI onException(EXCEPTION_POINTERS* exception) {
-  writeLine(exception->ExceptionRecord->ExceptionCode,
-            reinterpret_cast<uintptr_t>(exception->ExceptionRecord->ExceptionAddress),
+  const DWORD code = exception->ExceptionRecord->ExceptionCode;
+  writeLine(code, reinterpret_cast<uintptr_t>(exception->ExceptionRecord->ExceptionAddress),
             exception->ContextRecord->Rsp);
+  TerminateProcess(GetCurrentProcess(), code);
   return EXCEPTION_CONTINUE_SEARCH;
 }
 

@@ -4,13 +4,13 @@
 #include <cstdlib>
 #include <string>
 
-#include "app/FailureText.h"
 #include "app/GPUSnifferTester.h"
 #include "app/Platform.h"
 #include "gpu/HostSwitches.h"
 #include "log/Diagnostic.h"
 #include "log/LogChannel.h"
 #include "log/Loggers.h"
+#include "zor/core/Exceptions.h"
 #include "zor/ogl/Backend.h"
 
 namespace {
@@ -23,13 +23,27 @@ bool IsDeviceWanted(const ZOR::OGL::DisplayDeviceKey& key) {
 // Made while there is memory.
 const std::string noMemory = "exception: std::bad_alloc";
 
+std::string OrNull(const char* text) {
+  return text ? text : "<NULL>";
+}
+
 }  // namespace
+
+std::string CurrentFailureText() {
+  try {
+    throw;
+  } catch (const ZOR::LogicalException& failure) {
+    return "ZOR::LogicalException: " + OrNull(failure.message());
+  } catch (const std::exception& failure) {
+    return "exception: " + OrNull(failure.what());
+  } catch (...) {
+    return "unknown exception";
+  }
+}
 
 GPUSnifferApp::GPUSnifferApp() = default;
 
 GPUSnifferApp::~GPUSnifferApp() {
-  // A driver may not survive the end of its contexts; a host wants to know that all was answered.
-  hostSwitches().Announce("release");
   hostSwitches() = {};
   ZOR::OGL::deviceFilter = nullptr;
 }
@@ -73,10 +87,10 @@ boost::shared_ptr<GPUSnifferTester> GPUSnifferApp::GetTester() {
   return fTester;
 }
 
-int GPUSnifferApp::Run(ArgumentList& arguments) {
-  fExitCode = 0;
+template <class Action>
+void GPUSnifferApp::Guard(const Action& action) {
   try {
-    RunUnguarded(arguments);
+    action();
   } catch (const UsageException& failure) {
     fExitCode = 3;
     DoStderr(std::string("Usage exception: ") + failure.what());
@@ -87,7 +101,14 @@ int GPUSnifferApp::Run(ArgumentList& arguments) {
     fExitCode = 2;
     TellFailure();
   }
+}
+
+int GPUSnifferApp::Run(ArgumentList& arguments) {
+  fExitCode = 0;
+  Guard([&] { RunUnguarded(arguments); });
   HangBeforeExit(fHang);
+  // A driver may not survive the end of its contexts; a host wants to know that all was answered.
+  Guard([] { hostSwitches().Announce("release"); });
   return fExitCode;
 }
 

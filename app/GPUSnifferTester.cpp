@@ -4,7 +4,6 @@
 #include <boost/format.hpp>
 #include <stdexcept>
 
-#include "app/FailureText.h"
 #include "log/Diagnostic.h"
 #include "zor/core/Library.h"
 #include "zor/ocl/Library.h"
@@ -44,8 +43,7 @@ bool GPUSnifferTester::AdmitsAPI(const char* api, int stages) {
 
 void GPUSnifferTester::DoRunTesterName() {}
 
-void GPUSnifferTester::Initialize(const char* key, const char* failureText,
-                                  const std::function<void()>& action) {
+void GPUSnifferTester::Initialize(const char* key, const char* failureText, void (*action)()) {
   bool ok = false;
   try {
     action();

@@ -1,11 +1,9 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <string>
 
 #include "app/GPUSnifferApp.h"
-#include "app/GPUSnifferAppAndHost.h"
 #include "app/GPUTests.h"
 #include "app/ReportLine.h"
 #include "gpu/HostSwitches.h"
@@ -145,7 +143,7 @@ class GPUSnifferTester : public GPUSnifferAppAndHost {
   /// Whether an API is to be asked at all; where it is not, the steps of its stages are taken.
   bool AdmitsAPI(const char* api, int stages);
   /// Does one stage's action and answers whether it went through.
-  void Initialize(const char* key, const char* failureText, const std::function<void()>& action);
+  void Initialize(const char* key, const char* failureText, void (*action)());
   /// Writes how many there are and gives each its tag.
   TaggedGPUList ListGPUs(const char* key, const std::string& kind, const GPUList& gpus);
 };

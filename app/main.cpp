@@ -1,4 +1,3 @@
-#include "app/EntryPoint.h"
 #include "app/MySniffer.h"
 #include "app/Platform.h"
 

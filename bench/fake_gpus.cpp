@@ -3,7 +3,6 @@
 #include <boost/make_shared.hpp>
 
 #include "app/MySniffer.h"
-#include "app/MyTester.h"
 #include "linux/GPUImplLinux.h"
 #include "tests/support/FakeGL.h"
 #include "tests/support/FakeGPUImpl.h"

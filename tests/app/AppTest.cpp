@@ -2,8 +2,7 @@
 
 #include <cstdlib>
 
-#include "app/EntryPoint.h"
-#include "tests/app/Probe.h"
+#include "tests/app/TestApp.h"
 #include "zor/core/Exceptions.h"
 
 size_t largestAllocation = SIZE_MAX;
@@ -28,11 +27,11 @@ TEST(AppTest, UsageErrorsWriteNoReport) {
       {{""}, ""},
       {{"-stdout=before", "stray", "-stdout=after"}, "before\nafter\n"}};
   for (const auto& [arguments, out] : cases) {
-    Probe probe;
-    EXPECT_EQ(probe.RunWith(arguments), 3);
-    EXPECT_EQ(probe.out, out);
-    EXPECT_THAT(probe.err, testing::StartsWith("Usage exception: usage\nusage: \n    -help {"));
-    EXPECT_EQ(probe.fHostApp, "gpuprobe");
+    TestApp app;
+    EXPECT_EQ(app.RunWith(arguments), 3);
+    EXPECT_EQ(app.out, out);
+    EXPECT_THAT(app.err, testing::StartsWith("Usage exception: usage\nusage: \n    -help {"));
+    EXPECT_EQ(app.fHostApp, "gpuprobe");
   }
 }
 
@@ -62,12 +61,12 @@ TEST(AppTest, EveryKindOfExceptionIsNamed) {
       };
       const bool fails = *failure.second;
       const bool question = failing == "DoGetGLDriver";
-      Probe probe;
-      EXPECT_EQ(probe.RunWith({"-exit=7"}), fails ? 2 : 7);
-      EXPECT_EQ(probe.err, failure.second);
-      EXPECT_EQ(probe.out.find("glgpu[0].GLDriver=") == std::string::npos, fails && question);
-      EXPECT_NE(probe.out.find("glgpu[1].GLDriver="), std::string::npos);
-      EXPECT_EQ(probe.out.find("snifferEnd") == std::string::npos, fails && !question);
+      TestApp app;
+      EXPECT_EQ(app.RunWith({"-exit=7"}), fails ? 2 : 7);
+      EXPECT_EQ(app.err, failure.second);
+      EXPECT_EQ(app.out.find("glgpu[0].GLDriver=") == std::string::npos, fails && question);
+      EXPECT_NE(app.out.find("glgpu[1].GLDriver="), std::string::npos);
+      EXPECT_EQ(app.out.find("snifferEnd") == std::string::npos, fails && !question);
     }
   }
   largestAllocation = SIZE_MAX;
