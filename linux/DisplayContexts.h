@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "linux/UnusedHardware.h"
-#include "zor/ogl/ContextOffscreen.h"
+#include "zor/ogl/Context.h"
 
 struct DeviceContext {
   ZOR::OGL::DisplayDeviceKey key;

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <boost/make_shared.hpp>
 
-#include "gpu/GLMemory.h"
+#include "gpu/GLQueries.h"
 #include "gpu/GPU.h"
 #include "linux/AdapterJoin.h"
 #include "linux/GLDriverText.h"

@@ -5,7 +5,7 @@
 #include <string>
 #include <utility>
 
-#include "zor/ogl/ContextOffscreen.h"
+#include "zor/ogl/Context.h"
 
 /// Contexts with the display device each was made for, by its device string as the library
 /// gives it.
