@@ -7,8 +7,7 @@
 #include "log/Diagnostic.h"
 #include "zor/core/Library.h"
 #include "zor/ocl/Library.h"
-#include "zor/ogl/ContextOffscreen.h"
-#include "zor/ogl/Library.h"
+#include "zor/ogl/Context.h"
 
 GPUSnifferTester::~GPUSnifferTester() = default;
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "zor/ogl/ContextOffscreen.h"
+#include "zor/ogl/Context.h"
 
 /// A display device and the context that it gives.
 struct DeviceContext {

@@ -3,7 +3,6 @@
 #include <vector>
 
 #include "gpu/AdapterMemory.h"
-#include "gpu/GPUData.h"
 #include "linux/DRMAdapterDesc.h"
 
 /// One display adapter as the kernel's DRM subsystem describes it.

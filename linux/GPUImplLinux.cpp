@@ -4,7 +4,7 @@
 #include <boost/make_shared.hpp>
 #include <iterator>
 
-#include "gpu/GLMemory.h"
+#include "gpu/GLQueries.h"
 #include "gpu/GPU.h"
 #include "linux/AdapterJoin.h"
 #include "linux/PCINames.h"

@@ -4,7 +4,7 @@
 
 #include <stdexcept>
 
-#include "gpu/WideText.h"
+#include "log/Quoting.h"
 #include "log/ReportFailure.h"
 #include "win/DescFormat.h"
 #include "win/WindowsApi.h"
@@ -66,7 +66,7 @@ uint32_t DXGIData::GetVideoMemory() const {
 }
 
 std::string DXGIData::GetDescription() const {
-  return WideToLogText(fAdapterDesc.Description);
+  return quoteString(fAdapterDesc.Description);
 }
 
 bool DXGIData::IsIntegrated() const {

@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "gpu/AdapterMemory.h"
-#include "gpu/GPUData.h"
 
 /// One display adapter as DXGI describes it.
 class DXGIData : public GPUData {
@@ -25,7 +24,7 @@ class DXGIData : public GPUData {
   uint32_t GetVideoMemory() const override;
   uint32_t GetVendorID() const override { return fAdapterDesc.VendorId; }
   uint32_t GetDeviceID() const override { return fAdapterDesc.DeviceId; }
-  /// The description as WideToLogText gives it.
+  /// The description as quoteString gives it.
   std::string GetDescription() const override;
 
   bool IsIntegrated() const;

@@ -4,7 +4,7 @@
 #include <boost/algorithm/string/predicate.hpp>
 #include <boost/make_shared.hpp>
 
-#include "gpu/GLMemory.h"
+#include "gpu/GLQueries.h"
 #include "gpu/GPU.h"
 #include "log/Diagnostic.h"
 #include "win/DescFormat.h"

@@ -6,10 +6,11 @@
 #include <wbemcli.h>
 #include <wrl/client.h>
 
-#include "gpu/WideText.h"
 #include "log/Diagnostic.h"
+#include "log/Quoting.h"
 #include "log/ReportFailure.h"
 #include "win/WindowsApi.h"
+#include "zor/core/SystemTexts_win.h"
 
 using Microsoft::WRL::ComPtr;
 
@@ -21,7 +22,7 @@ bool readVariant(IWbemClassObject& object, const wchar_t* name, VARTYPE wanted, 
                  _variant_t& value) {
   const HRESULT hr = object.Get(name, 0, &value, nullptr, nullptr);
   if (SUCCEEDED(hr) && value.vt == wanted) return true;
-  AdapterDiagnostic(line)("WIData::GetProperty L\"", WideLogPiece{name}, "\": hr=", hr,
+  AdapterDiagnostic(line)("WIData::GetProperty L\"", quoteString(name), "\": hr=", hr,
                           ", type=", value.vt);
   return false;
 }
@@ -156,7 +157,7 @@ bool WMIData::GetProperty(IWbemClassObject& object, const wchar_t* name, uint32_
 bool WMIData::GetProperty(IWbemClassObject& object, const wchar_t* name, std::string& out) {
   _variant_t value;
   if (!readVariant(object, name, VT_BSTR, 370, value)) return false;
-  out = WideToEscapedAscii(value.bstrVal);
+  out = ZOR::Core::EscapedAscii(value.bstrVal);
   return true;
 }
 

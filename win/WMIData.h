@@ -4,12 +4,12 @@
 #include <string>
 #include <vector>
 
-#include "gpu/GPUData.h"
+#include "gpu/AdapterMemory.h"
 
 struct IWbemClassObject;
 
 /// One display controller as the management service describes it: an instance of
-/// Win32_VideoController. Texts are in escaped ASCII (WideToEscapedAscii).
+/// Win32_VideoController. Texts are in escaped ASCII (ZOR::Core::EscapedAscii).
 class WMIData : public GPUData {
  public:
   /// No controller: numbers 0, texts "?".

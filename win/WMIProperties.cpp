@@ -2,8 +2,8 @@
 
 #include <wbemcli.h>
 
-#include "gpu/WideText.h"
 #include "win/WMIData.h"
+#include "zor/core/SystemTexts_win.h"
 
 // Readers that the contract has and the probe itself does not need.
 
@@ -38,7 +38,7 @@ std::string WMIData::GetAllStrProperties(IWbemClassObject& object) {
     std::string value;
     if (!GetProperty(object, name, value)) continue;
     if (!result.empty()) result += ", ";
-    result += WideToEscapedAscii(name) + "=" + value;
+    result += ZOR::Core::EscapedAscii(name) + "=" + value;
   }
   return result;
 }

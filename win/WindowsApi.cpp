@@ -1,8 +1,7 @@
 #include "win/WindowsApi.h"
 
 #include "log/Diagnostic.h"
-#include "zor/core/DynamicLibrary.h"
-#include "zor/core/Exceptions.h"
+#include "zor/core/Library.h"
 
 namespace {
 

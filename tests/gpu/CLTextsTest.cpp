@@ -2,7 +2,6 @@
 
 #include <boost/make_shared.hpp>
 
-#include "gpu/CLPlatformVersion.h"
 #include "tests/gpu/Hardware.h"
 #include "tests/support/FakeGPUImpl.h"
 

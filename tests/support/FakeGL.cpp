@@ -6,7 +6,6 @@
 #include <type_traits>
 
 #include "zor/core/Exceptions.h"
-#include "zor/ogl/GLEntryPoints.h"
 
 using ZOR::Core::EntryPoint;
 

@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "zor/ogl/Backend.h"
-#include "zor/ogl/ContextOffscreen.h"
-#include "zor/ogl/GLHeaders.h"
+#include "zor/ogl/Context.h"
+#include "zor/ogl/OpenGLInterceptor.h"
 
 /// An OpenGL binding whose driver is the test: it records every GL call with its arguments, and
 /// answers, fails and lacks what the test sets. In place of the system's for its own lifetime;

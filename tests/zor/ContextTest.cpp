@@ -5,10 +5,8 @@
 #include "tests/support/FakeGL.h"
 #include "zor/core/Exceptions.h"
 #include "zor/ogl/ExtensionManager.h"
-#include "zor/ogl/Framebuffer.h"
+#include "zor/ogl/Objects.h"
 #include "zor/ogl/OpenGLInterceptor.h"
-#include "zor/ogl/ScopedContextWrapper.h"
-#include "zor/ogl/Texture2D.h"
 
 using ZOR::OGL::Context;
 using ZOR::OGL::ContextOffscreen;

@@ -1,7 +1,5 @@
 #include "zor/ocl/Library.h"
 
-#include "zor/core/DynamicLibrary.h"
-#include "zor/core/Exceptions.h"
 #include "zor/core/Library.h"
 #include "zor/ocl/Objects.h"
 
@@ -18,9 +16,7 @@ ExtensionManager* replacement = nullptr;
 EntryPoints LoadEntryPoints() {
   const Core::DynamicLibrary library(kLoaderLibrary);
   EntryPoints table;
-#define ZOR_CL_LOAD(name)          \
-  library.load(#name, table.name); \
-  if (!table.name) throw LogicalException(std::string(kLoaderLibrary) + " has no " #name);
+#define ZOR_CL_LOAD(name) library.require(#name, table.name);
   ZOR_CL_ENTRY_POINTS(ZOR_CL_LOAD)
 #undef ZOR_CL_LOAD
   return table;

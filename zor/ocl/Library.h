@@ -48,6 +48,11 @@ class ExtensionManager {
   EntryPoints fTable;
 };
 
+/// The OpenCL entry points. Throws what ExtensionManager::instance() throws.
+inline const EntryPoints& CL() {
+  return *ExtensionManager::instance()->table();
+}
+
 class Library {
  public:
   /// Whether OpenCL can be used on this machine; if not, reason says what was missing.

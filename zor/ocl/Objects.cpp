@@ -70,14 +70,12 @@ Platform Device::platform() const {
 
 void Device::getInfoImpl(cl_device_info property, size_t size, void* value,
                          size_t* sizeNeeded) const {
-  CheckStatus("clGetDeviceInfo", ExtensionManager::instance()->table()->clGetDeviceInfo(
-                                     fHandle, property, size, value, sizeNeeded));
+  CheckStatus("clGetDeviceInfo", CL().clGetDeviceInfo(fHandle, property, size, value, sizeNeeded));
 }
 
 cl_int Device::getText(cl_device_info property, std::string& text) const {
   const auto query = [&](size_t size, void* value, size_t* needed) {
-    return ExtensionManager::instance()->table()->clGetDeviceInfo(fHandle, property, size, value,
-                                                                  needed);
+    return CL().clGetDeviceInfo(fHandle, property, size, value, needed);
   };
   return ReadText(query, text);
 }
@@ -90,8 +88,7 @@ std::string Device::text(cl_device_info property) const {
 
 std::vector<Device> Platform::devices(cl_device_type type) const {
   const auto query = [&](cl_uint size, cl_device_id* handles, cl_uint* count) {
-    return ExtensionManager::instance()->table()->clGetDeviceIDs(fHandle, type, size, handles,
-                                                                 count);
+    return CL().clGetDeviceIDs(fHandle, type, size, handles, count);
   };
   return list<Device, cl_device_id>("clGetDeviceIDs", CL_DEVICE_NOT_FOUND, query);
 }
@@ -99,15 +96,14 @@ std::vector<Device> Platform::devices(cl_device_type type) const {
 std::string Platform::text(cl_platform_info property) const {
   std::string result;
   const auto query = [&](size_t size, void* value, size_t* needed) {
-    return ExtensionManager::instance()->table()->clGetPlatformInfo(fHandle, property, size, value,
-                                                                    needed);
+    return CL().clGetPlatformInfo(fHandle, property, size, value, needed);
   };
   CheckStatus("clGetPlatformInfo", ReadText(query, result));
   return result;
 }
 
 std::vector<Platform> platforms() {
-  const auto query = ExtensionManager::instance()->table()->clGetPlatformIDs;
+  const auto query = CL().clGetPlatformIDs;
   return list<Platform, cl_platform_id>("clGetPlatformIDs", kPlatformNotFound, query);
 }
 
@@ -115,8 +111,8 @@ Context::Context(const ContextProperties& properties, const Device& device,
                  const NotifyCallback& callback) {
   const cl_device_id deviceHandle = device.handle();
   cl_int status = CL_SUCCESS;
-  const cl_context handle = ExtensionManager::instance()->table()->clCreateContext(
-      properties.data(), 1, &deviceHandle, callback.function, callback.userData, &status);
+  const cl_context handle = CL().clCreateContext(properties.data(), 1, &deviceHandle,
+                                                 callback.function, callback.userData, &status);
   CheckStatus("clCreateContext", status);
   fHandle.reset(handle);
 }
@@ -127,8 +123,8 @@ CommandQueue::CommandQueue(const Context& context, const Device& device, bool ou
   if (outOfOrder) properties |= CL_QUEUE_OUT_OF_ORDER_EXEC_MODE_ENABLE;
   if (profiling) properties |= CL_QUEUE_PROFILING_ENABLE;
   cl_int status = CL_SUCCESS;
-  const cl_command_queue handle = ExtensionManager::instance()->table()->clCreateCommandQueue(
-      context.handle(), device.handle(), properties, &status);
+  const cl_command_queue handle =
+      CL().clCreateCommandQueue(context.handle(), device.handle(), properties, &status);
   CheckStatus("clCreateCommandQueue", status);
   fHandle.reset(handle);
 }

@@ -116,8 +116,7 @@ class ScopedHandle<Release> {
   Object get() const { return fObject; }
   /// Releases what is owned and owns the new object instead.
   void reset(Object object = nullptr) {
-    if (const Object old = std::exchange(fObject, object))
-      (ExtensionManager::instance()->table()->*Release)(old);
+    if (const Object old = std::exchange(fObject, object)) (CL().*Release)(old);
   }
 
  private:

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "zor/core/DynamicLibrary.h"
-#include "zor/ogl/DisplayDeviceKey.h"
+#include "zor/core/Library.h"
+#include "zor/ogl/Context.h"
 
 namespace ZOR::OGL {
 
@@ -22,10 +22,6 @@ class NativeContext {
   /// What was out of the ordinary when the context was made, for a diagnostic; mostly empty.
   virtual std::string remark() const { return {}; }
 };
-
-/// Asked before a context is made on a device that was listed; false leaves the device out. Null,
-/// the default, leaves none out.
-inline bool (*deviceFilter)(const DisplayDeviceKey& key) = nullptr;
 
 /// The window system's OpenGL binding (EGL or WGL), and the seam at which tests put their own.
 class Backend {

@@ -1,7 +1,6 @@
 #include <exception>
 #include <optional>
 
-#include "zor/core/Exceptions.h"
 #include "zor/ogl/Backend.h"
 #include "zor/ogl/EGLApi.h"
 
@@ -10,10 +9,6 @@ namespace {
 
 /// Stands for the display of a machine whose EGL can't list its devices.
 constexpr char kDefaultDisplay[] = "default";
-
-std::string textOrEmpty(const char* text) {
-  return text ? text : "";
-}
 
 class EGLNativeContext : public NativeContext {
  public:
@@ -25,8 +20,8 @@ class EGLNativeContext : public NativeContext {
   }
 
   std::string driverName() const override {
-    return textOrEmpty(fEGL.eglGetDisplayDriverName ? fEGL.eglGetDisplayDriverName(fDisplay)
-                                                    : nullptr);
+    if (!fEGL.eglGetDisplayDriverName) return {};
+    return Core::TextOrEmpty(fEGL.eglGetDisplayDriverName(fDisplay));
   }
 
  private:
@@ -144,8 +139,8 @@ DisplayDeviceKey BackendEGL::describe(EGLDeviceEXT device, size_t index) {
   const char* extensions = api().eglQueryDeviceStringEXT(device, EGL_EXTENSIONS);
   const auto text = [&](const char* extension, EGLint name) {
     return HasEGLExtension(extensions, extension)
-               ? textOrEmpty(api().eglQueryDeviceStringEXT(device, name))
-               : std::string();
+               ? Core::TextOrEmpty(api().eglQueryDeviceStringEXT(device, name))
+               : "";
   };
   DisplayDeviceKey key;
   key.displayID = std::to_string(index);

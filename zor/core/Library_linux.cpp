@@ -1,11 +1,11 @@
-#include <dlfcn.h>
+#include "zor/core/Library.h"
 
-#include "zor/core/DynamicLibrary.h"
-#include "zor/core/Exceptions.h"
+#include <dlfcn.h>
 
 namespace ZOR::Core {
 
-DynamicLibrary::DynamicLibrary(const char* name) : fHandle(dlopen(name, RTLD_NOW | RTLD_LOCAL)) {
+DynamicLibrary::DynamicLibrary(const char* name)
+    : fName(name), fHandle(dlopen(name, RTLD_NOW | RTLD_LOCAL)) {
   if (!fHandle) throw LogicalException(dlerror());
 }
 

@@ -1,8 +1,8 @@
+#include "zor/core/Library.h"
+
 #include <windows.h>
 
-#include "zor/core/DynamicLibrary.h"
-#include "zor/core/Exceptions.h"
-#include "zor/core/SystemError_win.h"
+#include "zor/core/SystemTexts_win.h"
 
 namespace ZOR::Core {
 
@@ -10,7 +10,7 @@ namespace ZOR::Core {
 // folder must not be taken for the driver's.
 // https://learn.microsoft.com/windows/win32/api/libloaderapi/nf-libloaderapi-loadlibraryexa
 DynamicLibrary::DynamicLibrary(const char* name)
-    : fHandle(LoadLibraryExA(name, nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32)) {
+    : fName(name), fHandle(LoadLibraryExA(name, nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32)) {
   if (!fHandle) throw LogicalException(SystemErrorText(name));
 }
 
