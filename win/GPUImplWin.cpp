@@ -108,7 +108,7 @@ void GPUImplWin::joinRecords(const std::vector<Record>& records, Record GPUImplW
 }
 
 std::string GPUImplWin::DoGetGLVendor() {
-  const std::string vendor = GPUImplHardware::DoGetGLVendor();
+  std::string vendor = GPUImplHardware::DoGetGLVendor();
   // The system gives a window's OpenGL to the driver that it likes, and a name on a display device
   // is no promise that it is this adapter's.
   if (namesAnotherMaker(vendor, fDXGIData.GetVendorID()))
