@@ -15,7 +15,7 @@ struct Persona {
   bool matched;  // the display device has the adapter's name
   const char* title;
   const char* integrated;
-  Matcher<unsigned> memory;
+  Matcher<unsigned long> memory;
 };
 
 class Adapters : public TestWithParam<Persona> {};
@@ -51,10 +51,10 @@ TEST_P(Adapters, AreReportedAsTheRegistrySays) {
 INSTANTIATE_TEST_SUITE_P(
     WindowsPersonas, Adapters,
     Values(Persona{"Intel64Matched", 0x8086, 0x0166, 64, true, R"("Intel(R) HD Graphics 4000")",
-                   "1", AllOf(Gt(64U), Le(2048U))},
-           Persona{"AMD4096Unmatched", 0x1002, 0x67df, 4096, false, R"("")", "0", 0U},
+                   "1", AllOf(Gt(64UL), Le(2048UL))},
+           Persona{"AMD4096Unmatched", 0x1002, 0x67df, 4096, false, R"("")", "0", 0UL},
            Persona{"NVIDIA8192Matched", 0x10de, 0x1b06, 8192, true,
-                   R"("NVIDIA GeForce GTX 1080 Ti")", "0", 8192U}),
+                   R"("NVIDIA GeForce GTX 1080 Ti")", "0", 8192UL}),
     nameOf);
 
 class Libraries : public TestWithParam<const char*> {};
