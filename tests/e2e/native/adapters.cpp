@@ -10,19 +10,33 @@
 #include <cstdio>
 #include <initializer_list>
 #include <string>
+#include <vector>
 
 using Microsoft::WRL::ComPtr;
 
 namespace {
 
-void nameDisplays(const std::string& name) {
-  HKEY video = nullptr;
-  RegOpenKeyExA(HKEY_LOCAL_MACHINE, "SYSTEM\\CurrentControlSet\\Control\\Video", 0, KEY_READ,
-                &video);
+std::vector<std::string> subkeysOf(const std::string& path) {
+  std::vector<std::string> paths;
+  HKEY parent = nullptr;
+  RegOpenKeyExA(HKEY_LOCAL_MACHINE, path.c_str(), 0, KEY_READ, &parent);
   char key[100];
-  for (DWORD i = 0; RegEnumKeyA(video, i, key, sizeof key) == ERROR_SUCCESS; ++i)
-    RegSetKeyValueA(video, (std::string(key) + "\\0000").c_str(), "DriverDesc", REG_SZ,
-                    name.c_str(), static_cast<DWORD>(name.size() + 1));
+  for (DWORD i = 0; RegEnumKeyA(parent, i, key, sizeof key) == ERROR_SUCCESS; ++i)
+    paths.push_back(path + "\\" + key);
+  return paths;
+}
+
+void nameDisplays(const std::string& name) {
+  const auto setName = [&](const std::string& path, const char* value) {
+    RegSetKeyValueA(HKEY_LOCAL_MACHINE, path.c_str(), value, REG_SZ, name.c_str(),
+                    static_cast<DWORD>(name.size() + 1));
+  };
+  const std::string control = "SYSTEM\\CurrentControlSet\\";
+  // Wine 8 takes the name from the first place, Wine 10 from the second.
+  for (const std::string& video : subkeysOf(control + "Control\\Video"))
+    setName(video + "\\0000", "DriverDesc");
+  for (const std::string& device : subkeysOf(control + "Enum\\PCI"))
+    for (const std::string& instance : subkeysOf(device)) setName(instance, "DeviceDesc");
 }
 
 void printDisplays() {
