@@ -13,7 +13,10 @@ namespace {
 #define ZOR_WGL_ENTRY_POINTS(X) \
   X(wglCreateContext)           \
   X(wglDeleteContext)           \
-  X(wglGetCurrentContext) X(wglGetCurrentDC) X(wglGetProcAddress) X(wglMakeCurrent)
+  X(wglGetCurrentContext)       \
+  X(wglGetCurrentDC)            \
+  X(wglGetProcAddress)          \
+  X(wglMakeCurrent)
 
 /// Those functions, under their own names.
 struct WGLApi {
