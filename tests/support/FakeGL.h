@@ -46,7 +46,5 @@ class FakeGL : public ZOR::OGL::Backend {
   std::function<void()> saveCurrent() override;
   ZOR::Core::EntryPoint entryPoint(const char* name) override;
 
-  /// Used by the recording functions.
-  void record(const std::string& name, const std::string& arguments);
   static FakeGL* active;
 };

@@ -10,10 +10,13 @@ namespace ZOR::OGL {
 namespace {
 
 /// Every function of opengl32.dll that is called and no OpenGL.
-#define ZOR_WGL_ENTRY_POINTS(X)                                                       \
-  X(wglCreateContext)                                                                 \
-  X(wglDeleteContext) X(wglGetCurrentContext) X(wglGetCurrentDC) X(wglGetProcAddress) \
-      X(wglMakeCurrent)
+#define ZOR_WGL_ENTRY_POINTS(X) \
+  X(wglCreateContext)           \
+  X(wglDeleteContext)           \
+  X(wglGetCurrentContext)       \
+  X(wglGetCurrentDC)            \
+  X(wglGetProcAddress)          \
+  X(wglMakeCurrent)
 
 /// Those functions, under their own names.
 struct WGLApi {
