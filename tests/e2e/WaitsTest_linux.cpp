@@ -16,7 +16,8 @@ TEST(LinuxWaits, HangDelaysTheExit) {
 }
 
 TEST(LinuxWaits, TimeoutEndsTheProbe) {
-  // Time for the whole report on a busy machine. A host may have handed down its own settings of the signal.
+  // Five seconds are enough for the whole report on a busy machine. A host may have handed down its
+  // own settings of the signal.
   const Outcome run = RunProbe({{"-timeout=5", "-hang=60000"},
                                 "",
                                 Start().streams,
