@@ -71,8 +71,7 @@ Outcome runOnce(const Start& start, const std::string& wrapper = "") {
 /// then crashes itself beside those of a driver; Wine's server kills a process that takes more than
 /// a second to leave, as on a busy machine.
 bool toolFailed(const Outcome& outcome) {
-  constexpr int kKilled = 128 + SIGKILL;
-  return outcome.code == kKilled ||
+  return outcome.signal == SIGKILL ||
          std::any_of(outcome.err.begin(), outcome.err.end(), [](const std::string& line) {
            return line.find("LeakSanitizer has encountered a fatal error") != std::string::npos;
          });
@@ -82,9 +81,9 @@ bool toolFailed(const Outcome& outcome) {
 
 Outcome RunProbe(const Start& start) {
   Outcome outcome = runOnce(start);
-  for (int tries = 1; tries < 3 && toolFailed(outcome); ++tries) outcome = runOnce(start);
+  for (int tries = 1; tries < 8 && toolFailed(outcome); ++tries) outcome = runOnce(start);
   if (!toolFailed(outcome)) return outcome;
-  std::cout << "the tool failed three times: once more without looking for leaks" << std::endl;
+  std::cout << "the tool failed eight times: once more without looking for leaks" << std::endl;
   return runOnce(start, "env ASAN_OPTIONS=detect_leaks=0 ");
 }
 
