@@ -137,7 +137,7 @@ void AppCore::drain() {
   if (killing() || !command.keepTree) sweepUntilGone(lock);
   for (OutputTask& task : tasks) task.endWhenDry();
   // A sink may still be busy with what was read: that is the host's time, up to a kill.
-  while (!streamsDone() && waitUntil(changed, lock, killing() ? fKillUntil : kForever)) {
+  while (!streamsDone() && waitUntil(changed, lock, killing() ? fDrainUntil : kForever)) {
   }
   endStreams(lock);
 }
@@ -163,6 +163,7 @@ bool AppCore::kill(Milliseconds budget) {
   if (log.ended()) return fLeft == 0;
   log.enter(AppState::Killing, Clock::now());
   fKillUntil = std::max(fKillUntil, until);
+  fDrainUntil = std::max(fDrainUntil, until - budget / 2);
   changed.notify_all();
   Milliseconds look = kFirstLook;
   for (;;) {

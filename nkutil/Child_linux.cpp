@@ -51,6 +51,7 @@ std::optional<LaunchError> ChildLinux::start(const Command& command, ChildStream
   fProcess = Descriptor(systemCall(Call::ProcessHandle, -1, [pid] {
     return static_cast<int>(syscall(SYS_pidfd_open, pid, 0));
   }));
+  moveAboveStreams(fProcess);
   const std::lock_guard<std::mutex> lock(fMutex);
   fTree.setLeader(pid);
   fPid = pid;

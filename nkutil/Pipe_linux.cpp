@@ -11,6 +11,7 @@
 
 #include "nkutil/Calls.h"
 #include "nkutil/Pipe.h"
+#include "nkutil/Spawn_linux.h"
 
 namespace nkutil {
 
@@ -32,7 +33,7 @@ class Waiter {
   Waiter(Handle handle, short events) : fHandle(std::move(handle)), fEvents(events) {
     if (!fHandle) return;
     fWake = Descriptor(systemCall(Call::Event, -1, [] { return eventfd(0, EFD_CLOEXEC); }));
-    if (!fWake) fError = errno;
+    if (!moveAboveStreams(fWake)) fError = errno;
   }
 
   /// Done once the handle is ready.
@@ -82,18 +83,16 @@ class Waiter {
   std::atomic<int> fError{0};
 };
 
-/// Above the standard streams, even where the host has closed its own: what is written to
-/// descriptor 1 by mistake must not come here.
-bool moveUp(Descriptor& descriptor) {
-  if (descriptor.get() > STDERR_FILENO) return true;
-  const int moved = systemCall(Call::Duplicate, -1, [&] {
-    return fcntl(descriptor.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-  });
-  if (moved >= 0) descriptor.reset(moved);
-  return moved >= 0;
-}
-
 }  // namespace
+
+bool moveAboveStreams(Descriptor& descriptor) {
+  if (!descriptor) return false;
+  if (descriptor.get() > STDERR_FILENO) return true;
+  descriptor.reset(systemCall(Call::Duplicate, -1, [&] {
+    return fcntl(descriptor.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+  }));
+  return static_cast<bool>(descriptor);
+}
 
 bool makePipe(PipeFor ours, Handle& ourEnd, Handle& childEnd, int& error) {
   int ends[2];
@@ -103,7 +102,7 @@ bool makePipe(PipeFor ours, Handle& ourEnd, Handle& childEnd, int& error) {
   }
   Descriptor reading(ends[0]);
   Descriptor writing(ends[1]);
-  if (!moveUp(reading) || !moveUp(writing)) {
+  if (!moveAboveStreams(reading) || !moveAboveStreams(writing)) {
     error = errno;
     return false;
   }
@@ -115,7 +114,7 @@ bool makePipe(PipeFor ours, Handle& ourEnd, Handle& childEnd, int& error) {
 Handle openNull() {
   Descriptor null(
       systemCall(Call::OpenNull, -1, [] { return open("/dev/null", O_RDWR | O_CLOEXEC); }));
-  if (null && !moveUp(null)) null.reset();
+  moveAboveStreams(null);
   return null;
 }
 

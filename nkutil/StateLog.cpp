@@ -16,11 +16,17 @@ int rank(AppState state) {
 
 void StateLog::enter(AppState state, Time time) {
   settle(time);
+  // The first byte may be read before the start is known to have gone well.
+  if (fCurrent == AppState::Launching && state == AppState::Running) {
+    fByteCame = true;
+    return;
+  }
   if (rank(state) <= rank(fCurrent)) return;
   const bool ends = state == AppState::Finishing || state >= AppState::Finished;
   if (ends && fCurrent == AppState::Launched) enter(AppState::Running, time);
   fCurrent = state;
   fEntered[index(state)] = time;
+  if (state == AppState::Launched && fByteCame) enter(AppState::Running, time);
 }
 
 bool StateLog::missed(AppState state) const {

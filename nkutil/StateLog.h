@@ -29,6 +29,7 @@ class StateLog {
   static int index(AppState state) { return static_cast<int>(state); }
 
   AppState fCurrent = AppState::Launching;
+  bool fByteCame = false;
   std::optional<Time> fEntered[7];
 };
 

@@ -53,6 +53,7 @@ class AppCore : public std::enable_shared_from_this<AppCore> {
   bool fStreamDone[2] = {true, true};
   int fLeft = 0;  ///< processes of the tree that could not be ended
   Time fKillUntil = Time::min();
+  Time fDrainUntil = Time::min();  ///< a kill waits for the streams up to here, for the rest after
 };
 
 /// ConsoleAppLauncher::launch() of both systems.

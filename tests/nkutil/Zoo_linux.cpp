@@ -19,7 +19,11 @@ void startSelf(const std::vector<std::string>& arguments, Apart apart) {
   const pid_t pid = fork();
   if (pid != 0) return;
   if (apart == Apart::Session) setsid();
-  execl("/proc/self/exe", "zoo", arguments[0].c_str(), static_cast<char*>(nullptr));
+  // By its own path, so that it has the name that is looked for.
+  char path[4096];
+  const ssize_t size = readlink("/proc/self/exe", path, sizeof path - 1);
+  path[size] = '\0';
+  execl(path, "zoo", arguments[0].c_str(), static_cast<char*>(nullptr));
   _exit(2);
 }
 
