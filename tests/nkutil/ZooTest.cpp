@@ -42,7 +42,6 @@ const std::vector<Row> kZoo = {
     {{"segv"}, kEnough, crashed(11, exception(0xC0000005))},
     {{"fpe"}, kEnough, crashed(8, exception(0xC0000094))},
     {{"abort"}, kEnough, crashed(6, exited(3))},  // what Microsoft's C runtime makes of it
-    {{"overflow"}, kEnough, crashed(11, exited(0))},  // what Wine makes of it
     {{"spin"}, kShort, killed(), 0, 1},
     {{"sleep"}, kShort, killed(), 0, 1},
     {{"ignore"}, kShort, killed(), 1, 1},

@@ -38,6 +38,11 @@ TEST(ConsoleAppLinux, ProcessHeldByATracerHoldsNobody) {
   expectNothingLeft(before, "a traced process");
 }
 
+/// Wine ends such a process with codes of its own.
+TEST(ConsoleAppLinux, StackOverflowIsNamed) {
+  EXPECT_EQ(run(zoo({"overflow"})).ending.name(), "SIGSEGV");
+}
+
 TEST(ConsoleAppLinux, StoppedProcessIsEnded) {
   const Leftovers before = countLeftovers();
   Command command = zoo({"stop"});
