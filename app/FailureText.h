@@ -1,7 +1,14 @@
 #pragma once
 
+#include <ostream>
 #include <string>
 
-/// Names the exception being handled and gives its message: what standard error gets for a
-/// failure. Call it inside a catch block only.
+/// The line about the exception that is being handled: its kind and its text.
 std::string CurrentFailureText();
+
+/// The same as a piece of a diagnostic. It is made where it is streamed, so that the log's guard
+/// covers the making: SnifferLog{}("no context: ", CurrentFailure()).
+struct CurrentFailure {};
+inline std::ostream& operator<<(std::ostream& out, CurrentFailure) {
+  return out << CurrentFailureText();
+}

@@ -1,8 +1,7 @@
 #include "GPUSnifferApp.h"
 
 #include <boost/make_shared.hpp>
-#include <cstdio>
-#include <stdexcept>
+#include <string>
 
 #include "FailureText.h"
 #include "GPUSnifferTester.h"
@@ -13,17 +12,8 @@
 
 namespace {
 
-// One write for the whole line, so that a process that dies between two lines tears none.
-void WriteLine(std::FILE* stream, const std::string& line) {
-  std::string whole;
-  whole.reserve(line.size() + 1);
-  whole.append(line).push_back('\n');
-  const bool written = std::fwrite(whole.data(), 1, whole.size(), stream) == whole.size();
-  if (std::fflush(stream) == 0 && written) return;
-  // The next line deserves its own try.
-  std::clearerr(stream);
-  throw std::runtime_error("cannot write a line");
-}
+// Made while there is memory.
+const std::string noMemory = "exception: std::bad_alloc";
 
 }  // namespace
 
@@ -35,7 +25,7 @@ void GPUSnifferApp::InitLogging() {
 }
 
 boost::shared_ptr<NKLogger> GPUSnifferApp::CreateLogger() {
-  return boost::make_shared<SnifferLogger>(stdout);
+  return boost::make_shared<SnifferLogger>();
 }
 
 boost::shared_ptr<GPUSnifferTester> GPUSnifferApp::CreateTester() {
@@ -47,18 +37,19 @@ void GPUSnifferApp::DoComment(const std::string& text) {
 }
 
 void GPUSnifferApp::DoStdout(const std::string& line) {
-  try {
-    WriteLine(stdout, line);
-  } catch (...) {
-    DoStderr("DoStdout failed");
-  }
+  if (!writeLine(reportStream(), line)) DoStderr("DoStdout failed");
 }
 
 void GPUSnifferApp::DoStderr(const std::string& line) {
+  // Nobody is left to tell of a failure.
+  writeLine(failureStream(), line);
+}
+
+void GPUSnifferApp::TellFailure() {
   try {
-    WriteLine(stderr, line);
+    DoStderr(CurrentFailureText());
   } catch (...) {
-    // Nobody is left to tell.
+    DoStderr(noMemory);
   }
 }
 
@@ -80,7 +71,7 @@ int GPUSnifferApp::Run(ArgumentList& arguments) {
     for (const std::string& line : lines) DoStderr(line);
   } catch (...) {
     fExitCode = 2;
-    DoStderr(CurrentFailureText());
+    TellFailure();
   }
   HangBeforeExit(fHang);
   return fExitCode;

@@ -53,6 +53,10 @@ class GPUSnifferApp : public GPUSnifferAppAndHost {
   /// Writes and flushes one line; never throws.
   virtual void DoStderr(const std::string& line);
 
+  /// Tells standard error of the exception that is being handled, or, where there is no memory for
+  /// its text, of that.
+  void TellFailure();
+
   /// Runs the probe over the program path and its arguments, which it consumes.
   /// Returns the exit code: 0, what -exit= named, 2 after a failure, 3 for a usage error.
   int Run(ArgumentList& arguments);

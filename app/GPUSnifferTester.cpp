@@ -43,7 +43,7 @@ void GPUSnifferTester::Initialize(const char* key, const char* failureText,
     action();
     ok = true;
   } catch (...) {
-    SnifferLog{}(failureText, ": ", CurrentFailureText());
+    SnifferLog{}(failureText, ": ", CurrentFailure());
   }
   Answer(key, ok);
 }
@@ -131,9 +131,10 @@ void GPUSnifferTester::RunTests(const TaggedGPUList& list, const GPUTest& test) 
       test.run(*this, gpu);
     } catch (...) {
       // One question of one GPU: the others are worth asking all the same.
-      fHost.DoStderr(CurrentFailureText());
+      fHost.TellFailure();
       SnifferLog{}("Testing terminated for ", gpu.first);
       ++fFailures;
     }
+    ZOR::OGL::Library::AnswerMessages();
   }
 }

@@ -1,13 +1,19 @@
 #include <fcntl.h>
+#include <sanitizer/lsan_interface.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <initializer_list>
 #include <thread>
 
 #include "Platform.h"
+#include "Streams.h"
+
+// There in builds with sanitizers only.
+#pragma weak __lsan_do_leak_check
 
 namespace {
 
@@ -21,13 +27,29 @@ void FillClosedDescriptors() {
   }
 }
 
+// Warnings that a host would take for failures of ours. Whoever wants them sets the level himself.
+// https://docs.mesa3d.org/envvars.html
+void QuietDrivers() {
+  setenv("EGL_LOG_LEVEL", "fatal", 0);
+  setenv("LIBGL_DEBUG", "quiet", 0);
+}
+
 }  // namespace
 
 void PreparePlatform() {
   FillClosedDescriptors();
+  makeStreamsPrivate();
+  QuietDrivers();
   // A line that cannot be written is noticed by its failing write: a host that stops reading, or
   // a file that may not grow, must not change the exit code.
   for (const int number : {SIGPIPE, SIGXFSZ}) std::signal(number, SIG_IGN);
+}
+
+void LeaveProcess(int code) {
+  flushStreams();
+  // Otherwise the check is an exit handler like any other.
+  if (__lsan_do_leak_check) __lsan_do_leak_check();
+  _exit(code);
 }
 
 void ArmTimeout(int32_t seconds) {

@@ -17,6 +17,17 @@ if(GPUPROBE_FUZZ)
   target_link_options(gpuprobe_flags INTERFACE -fsanitize=address,undefined)
 endif()
 
+# gpuprobe_precompile(<name> USES <targets> HEADERS <headers>): compiles them once, with the options
+# that the targets bring. Others take the result with REUSE_FROM <name>. Sources still include what
+# they need: scripts/lint reads them without.
+function(gpuprobe_precompile name)
+  cmake_parse_arguments(ARG "" "" "USES;HEADERS" ${ARGN})
+  file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/${name}.cpp CONTENT "")
+  add_library(${name} OBJECT ${CMAKE_BINARY_DIR}/${name}.cpp)
+  target_link_libraries(${name} PRIVATE ${ARG_USES})
+  target_precompile_headers(${name} PRIVATE ${ARG_HEADERS})
+endfunction()
+
 # One static library per folder: gpuprobe_layer(<folder> SOURCES ... USES <folders>).
 # Only the folder itself and what it USES is on the include path.
 function(gpuprobe_layer name)
@@ -24,6 +35,7 @@ function(gpuprobe_layer name)
   add_library(gpuprobe_${name} STATIC ${ARG_SOURCES})
   target_include_directories(gpuprobe_${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
   target_link_libraries(gpuprobe_${name} PRIVATE gpuprobe_flags)
+  target_precompile_headers(gpuprobe_${name} REUSE_FROM gpuprobe_headers)
   foreach(used IN LISTS ARG_USES)
     target_link_libraries(gpuprobe_${name} PUBLIC gpuprobe_${used})
   endforeach()

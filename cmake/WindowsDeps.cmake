@@ -17,17 +17,12 @@ add_library(Boost::headers ALIAS boost_headers)
 # Every layer takes them from the compiler's own path elsewhere.
 target_link_libraries(gpuprobe_flags INTERFACE boost_headers opencl_headers)
 
-add_library(boost_filesystem STATIC EXCLUDE_FROM_ALL
-  ${DEPS}/boost-filesystem/src/codecvt_error_category.cpp
-  ${DEPS}/boost-filesystem/src/directory.cpp
-  ${DEPS}/boost-filesystem/src/exception.cpp
-  ${DEPS}/boost-filesystem/src/operations.cpp
-  ${DEPS}/boost-filesystem/src/path.cpp
-  ${DEPS}/boost-filesystem/src/path_traits.cpp
-  ${DEPS}/boost-filesystem/src/portability.cpp
-  ${DEPS}/boost-filesystem/src/windows_file_codecvt.cpp)
+# Which sources there are differs between releases of Boost.
+file(GLOB BOOST_FILESYSTEM_SOURCES CONFIGURE_DEPENDS ${DEPS}/boost-filesystem/src/*.cpp)
+add_library(boost_filesystem STATIC EXCLUDE_FROM_ALL ${BOOST_FILESYSTEM_SOURCES})
 target_compile_definitions(boost_filesystem PUBLIC BOOST_FILESYSTEM_STATIC_LINK=1
-                                            PRIVATE BOOST_FILESYSTEM_SOURCE)
+                                            PRIVATE BOOST_FILESYSTEM_SOURCE
+                                                    BOOST_FILESYSTEM_NO_CXX20_ATOMIC_REF)
 target_compile_options(boost_filesystem PRIVATE -w)
 target_link_libraries(boost_filesystem PUBLIC boost_headers)
 add_library(Boost::filesystem ALIAS boost_filesystem)

@@ -19,7 +19,8 @@ CommandQueue createQueue(const Context& context, const Device& device, const cha
 
 cl_ulong profilingTime(cl_event event, cl_profiling_info which) {
   cl_ulong nanoseconds = 0;
-  CL().clGetEventProfilingInfo(event, which, sizeof nanoseconds, &nanoseconds, nullptr);
+  RequireCLSuccess(
+      CL().clGetEventProfilingInfo(event, which, sizeof nanoseconds, &nanoseconds, nullptr));
   return nanoseconds;
 }
 

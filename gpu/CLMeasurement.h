@@ -27,5 +27,6 @@ class CLMeasurement {
 void RequireCLSuccess(cl_int ciErrNum);
 
 /// Seconds from the start of the event's command to its end on the device. An end before the start
-/// is a huge time, as the difference of unsigned nanoseconds; a time that the driver refuses is 0.
+/// is a huge time, as the difference of unsigned nanoseconds; a time that the driver refuses ends
+/// the question.
 double CLEventSeconds(cl_event event);

@@ -58,7 +58,7 @@ class GPUImplHardware : public GPUImpl {
   /// Best rate of at most ten batches of copies, in bytes per second; 0.0 when no batch gave a
   /// time.
   double checkBandwidthCL(const ZOR::OCL::Context& context, const ZOR::OCL::CommandQueue& queue);
-  /// Device seconds of one batch; what was summed so far, mostly 0.0, when it failed.
+  /// Device seconds of one batch; 0.0 when a call of it failed.
   double timeBandwidthCL(const ZOR::OCL::CommandQueue& queue, cl_mem source, cl_mem destination,
                          CLCopyEvents& events);
   /// Device seconds of the test kernel.

@@ -4,6 +4,7 @@
 #include "CLPlatformVersion.h"
 #include "GPU.h"
 #include "GPUImplHardware.h"
+#include "Quoting.h"
 #include "ReportFailure.h"
 #include "ocl/Platform.h"
 #include "ocl/ReadText.h"
@@ -32,6 +33,27 @@ std::string deviceText(const Device& device, cl_device_info property, const char
   return cutAtNul(text);
 }
 
+std::string nameOf(const Platform& platform) {
+  try {
+    return onOneLine(cutAtNul(platform.name()));
+  } catch (const ZOR::LogicalException&) {
+    return "?";
+  }
+}
+
+/// A driver that can't list its devices, for want of its kernel module for example, costs its own
+/// devices only. It is named, but fails no question.
+std::vector<Device> gpusOf(const Platform& platform) {
+  try {
+    return platform.devices(CL_DEVICE_TYPE_GPU);
+  } catch (const ZOR::LogicalException& failure) {
+    const std::string line =
+        "OpenCL platform \"" + nameOf(platform) + "\" left out: " + failure.what();
+    ReportFailure("<NULL>", 0, line.c_str(), false);
+    return {};
+  }
+}
+
 boost::shared_ptr<GPU> makeCLGPU(const Device& device) {
   const auto impl = boost::dynamic_pointer_cast<GPUImplHardware>(MakeGPUImpl());
   impl->clDevice = device;
@@ -43,8 +65,7 @@ boost::shared_ptr<GPU> makeCLGPU(const Device& device) {
 GPUList GPUImplHardware::DoGetCLGPUs() {
   GPUList gpus;
   for (const Platform& platform : platforms())
-    for (const Device& device : platform.devices(CL_DEVICE_TYPE_GPU))
-      gpus.push_back(makeCLGPU(device));
+    for (const Device& device : gpusOf(platform)) gpus.push_back(makeCLGPU(device));
   return gpus;
 }
 

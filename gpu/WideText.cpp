@@ -1,17 +1,10 @@
 #include "WideText.h"
 
 #include "Quoting.h"
+#include "core/EscapedAscii.h"
 
 std::string WideToEscapedAscii(const wchar_t* text) {
-  std::string result;
-  for (; text && *text; ++text) {
-    const unsigned unit = static_cast<char16_t>(*text);
-    if (unit >= 32 && unit <= 126)
-      result += static_cast<char>(unit);
-    else
-      appendHexEscape(result, unit, 2);
-  }
-  return result;
+  return ZOR::Core::EscapedAscii(text);
 }
 
 std::string WideToLogText(const wchar_t* text) {

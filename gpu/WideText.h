@@ -5,8 +5,7 @@
 
 // Conversions of UTF-16 texts, one unit per wchar_t, up to the terminating NUL.
 
-/// Units 32 to 126 as they are, every other one as "\x" and four lower-case hexadecimal digits.
-/// Null gives an empty text.
+/// The form of ZOR::Core::EscapedAscii, which the names of display devices have, too.
 std::string WideToEscapedAscii(const wchar_t* text);
 
 /// As in log lines: C escapes for \b \t \n \f \r, the backslash and the double quote; other

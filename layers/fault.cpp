@@ -3,15 +3,18 @@
 //   CL_FAULT=clFinish:2:-5          the second clFinish returns -5 without reaching the driver
 //   CL_FAULT=clFinish:2:sleep=500   it sleeps 500 milliseconds first
 //   CL_FAULT=clFinish:2:crash       it ends the process with a fault (SIGILL)
-//   CL_FAULT=clFinish:*:-5          every one
-//   CL_FAULT=clGetDeviceInfo:1:size=0  it answers a size of 0 in place of the driver's
+//   CL_FAULT=clFinish:*:-5          every one; *:*:-5 every one of every function
+//   CL_FAULT=clFinish:2:print      it prints on standard output first, without a line end
 //   CL_SHORT=1                      kernels run one work-group, copies move 4 KiB
-//   CL_FAULT_COUNTS=FILE            at exit, one line "function calls faults" for each function
+//   CL_FAULT_COUNTS=FILE            after each call, a line "function calls faults" for each one
 //
 // The number counts the calls of that function in this process, from 1. A release that fails
 // still reaches the driver, or its leak would hide ours.
 
+#include <unistd.h>
+
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <string>
@@ -77,15 +80,17 @@ Result actOn(Result (*function)(Arguments...), Arguments... arguments) {
     std::this_thread::sleep_for(std::chrono::milliseconds(std::stol(argument)));
     return function(arguments...);
   }
-  if (takes("size=", argument)) {
-    const Result result = function(arguments...);
-    if constexpr (std::is_same_v<decltype(lastOf(arguments...)), size_t*>)
-      if (size_t* where = lastOf(arguments...)) *where = std::stoull(argument);
-    return result;
+  if (fault().action == "print") {
+    std::printf("driver's half ");
+    if (write(STDOUT_FILENO, "line ", 5) != 5) std::abort();
+    return function(arguments...);
   }
   if (fault().function.rfind("clRelease", 0) == 0) function(arguments...);
   return failWith<Result>(std::stoi(fault().action), arguments...);
 }
+
+/// A program need not run its exit handlers.
+void writeCounts();
 
 struct Count {
   unsigned long calls = 0;
@@ -103,10 +108,11 @@ struct Hook<Member, Name> {
 
   static Result call(Arguments... arguments) {
     ++count.calls;
-    if (fault().function != Name || (fault().call != 0 && fault().call != count.calls))
-      return (next.*Member)(arguments...);
-    ++count.faults;
-    return actOn(next.*Member, arguments...);
+    const bool named = fault().function == Name || fault().function == "*";
+    const bool faulty = named && (fault().call == 0 || fault().call == count.calls);
+    if (faulty) ++count.faults;
+    writeCounts();
+    return faulty ? actOn(next.*Member, arguments...) : (next.*Member)(arguments...);
   }
 };
 
@@ -151,5 +157,4 @@ void Install(const cl_icd_dispatch& below, cl_icd_dispatch& own) {
     own.clEnqueueNDRangeKernel = shortKernel;
     own.clEnqueueCopyBuffer = shortCopy;
   }
-  std::atexit(writeCounts);
 }

@@ -19,6 +19,12 @@ std::uint64_t currentThreadId();
 /// Tells an attached debugger the calling thread's name; without one nothing happens.
 void nameThreadForDebugger(const std::string& name);
 
+/// A stream of our own that leads where a standard one does; null when that is closed, not open for
+/// writing or can't be copied.
+std::FILE* privateCopy(std::FILE* stream);
+/// Makes the C stream, its descriptor and the system's handle of it lead to standard error.
+void leadToStandardError(std::FILE* stream);
+
 /// Hands a text to the debugger, or to the system's log.
 void writeDebugText(const char* text);
 /// The user's desktop folder; empty when there is none.

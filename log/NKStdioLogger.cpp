@@ -1,10 +1,12 @@
 #include "NKStdioLogger.h"
 
+#include "Streams.h"
+
 namespace {
 
 const char* streamName(const std::FILE* stream) {
-  if (stream == stdout) return "stdout";
-  if (stream == stderr) return "stderr";
+  if (stream == stdout || stream == reportStream()) return "stdout";
+  if (stream == stderr || stream == failureStream()) return "stderr";
   return "FILE*";
 }
 

@@ -8,7 +8,7 @@
 /// one that does not take the bytes, drops them.
 class NKStdioLogger : public NKLogger {
  public:
-  /// Named "stdout", "stderr" or "FILE*" after the stream.
+  /// Named "stdout", "stderr" or "FILE*" after the stream; our copies count as what they copy.
   explicit NKStdioLogger(std::FILE* stream);
 
   void flush() override;

@@ -1,5 +1,6 @@
 #include "Quoting.h"
 
+#include <algorithm>
 #include <cctype>
 #include <type_traits>
 
@@ -63,4 +64,11 @@ std::string quoteString(const char* text) {
 }
 std::string quoteString(const wchar_t* text) {
   return quoteUnits(text, 2);
+}
+
+std::string onOneLine(std::string text) {
+  text.erase(text.find_last_not_of("\r\n") + 1);
+  const auto isControl = [](unsigned char c) { return c < ' ' || c == 0x7F; };
+  std::replace_if(text.begin(), text.end(), isControl, ' ');
+  return text;
 }

@@ -14,3 +14,8 @@ void appendHexEscape(std::string& out, unsigned code, unsigned digitPairs);
 /// "<nullptr>" for null.
 std::string quoteString(const char* text);
 std::string quoteString(const wchar_t* text);
+
+/// A foreign text as a part of one line: without the line ends at its end, and every other control
+/// character a blank. Some readers take more than line feeds for line ends, or one for the end of
+/// the file.
+std::string onOneLine(std::string text);

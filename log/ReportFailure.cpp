@@ -1,17 +1,16 @@
 #include "ReportFailure.h"
 
-#include <cstdio>
 #include <cstring>
 #include <stdexcept>
+
+#include "Streams.h"
 
 namespace {
 
 constexpr const char* kNothing = "<NULL>";
 
 void writeToStandardError(const std::string& text) {
-  // In one piece: the host reads the stream line by line.
-  std::fputs((text + "\n").c_str(), stderr);
-  std::fflush(stderr);
+  writeLine(failureStream(), text);
 }
 
 }  // namespace

@@ -1,14 +1,10 @@
 #include "SnifferLog.h"
 
-#include <algorithm>
+#include "Quoting.h"
 
-void SnifferLog::write(std::string text) const {
-  // One message is one line: readers of standard output know it by how the line begins. Drivers'
-  // texts may have several.
-  if (!text.empty()) {
-    std::replace(text.begin(), text.end() - 1, '\n', ' ');
-    std::replace(text.begin(), text.end() - 1, '\r', ' ');
-  }
+void SnifferLog::write(const std::string& text) const {
+  // One message is one line: readers of standard output know it by how the line begins.
+  const std::string line = onOneLine(text);
   const NKLoggerLock logger;
-  if (logger) logger->log(fFile, fLine, "%s", text.c_str());
+  if (logger) logger->log(fFile, fLine, "%s", line.c_str());
 }

@@ -12,9 +12,9 @@ inline LogChannel gpuSnifferChannel{"GPUSniffer", 0};
 ///
 ///     SnifferLog{}("adapter[", index, "] displays: ", displays);
 ///
-/// The pieces are streamed only when the channel is on; line ends inside them become blanks. An
-/// exception raised while the line is built or written ends there: a diagnostic never changes what
-/// the program does.
+/// The pieces are streamed only when the channel is on; control characters in them become blanks,
+/// because drivers' texts may have several lines. An exception raised while the line is built or
+/// written ends there: a diagnostic never changes what the program does.
 class SnifferLog {
  public:
   explicit SnifferLog(const char* file = __builtin_FILE(), int line = __builtin_LINE())
@@ -45,7 +45,7 @@ class SnifferLog {
     }
   }
 
-  void write(std::string text) const;
+  void write(const std::string& text) const;
 
   const char* fFile;
   int fLine;

@@ -15,10 +15,13 @@ namespace {
 boost::shared_ptr<ContextOffscreen> createContext(const DisplayDeviceKey& key) {
   try {
     return boost::make_shared<ContextOffscreen>(key);
+  } catch (const std::exception& exception) {
+    SnifferLog{}("no context: ", exception.what());
   } catch (...) {
-    LogAndPrint(AdapterLog(853), "ContextOffscreen exception caught and ignored.");
-    return {};
+    SnifferLog{}("no context");
   }
+  LogAndPrint(AdapterLog(853), "ContextOffscreen exception caught and ignored.");
+  return {};
 }
 
 }  // namespace
@@ -34,6 +37,8 @@ DisplayContexts CreateDisplayContexts() {
     AdapterLog(843)("creating ContextOffscreen for ", Formatted(FormatDisplayDevice, key));
     const auto context = createContext(key);
     if (!context) continue;
+    if (const std::string remark = context->remark(); !remark.empty())
+      SnifferLog{}("zorDevice[", i, "] context: ", remark);
     AdapterLog(846)("zorDevice[", i, "]=", Formatted(FormatDisplayDevice, key));
     contexts[key.deviceString] = {context, key};
   }

@@ -1,12 +1,36 @@
 #include "GPUImplWin.h"
 
 #include <algorithm>
+#include <boost/algorithm/string/predicate.hpp>
 #include <boost/make_shared.hpp>
 
 #include "AdapterLog.h"
 #include "GLMemory.h"
 #include "GPU.h"
 #include "LogAndPrint.h"
+
+namespace {
+
+struct Maker {
+  const char* name;  // as GL_VENDOR begins, in any case
+  uint32_t vendorID;
+};
+
+constexpr Maker kMakers[] = {{"AMD", kVendorAMD},
+                             {"ATI", kVendorAMD},
+                             {"Advanced Micro Devices", kVendorAMD},
+                             {"Intel", kVendorIntel},
+                             {"NVIDIA", kVendorNVIDIA}};
+
+/// Whether the text names a maker who is not the adapter's. An unknown adapter (0) and a text
+/// without a known maker, as of layers and software renderers, prove nothing.
+bool namesAnotherMaker(const std::string& glVendor, uint32_t vendorID) {
+  return vendorID != 0 && std::any_of(std::begin(kMakers), std::end(kMakers), [&](const Maker& m) {
+           return boost::istarts_with(glVendor, m.name) && m.vendorID != vendorID;
+         });
+}
+
+}  // namespace
 
 GPUList GPUImplWin::DoGetGPUs() {
   GPUList gpus;
@@ -57,6 +81,17 @@ void GPUImplWin::joinRecords(const std::vector<Record>& records, Record GPUImplW
     }
     (*impl).*field = record;
   }
+}
+
+std::string GPUImplWin::DoGetGLVendor() {
+  const std::string vendor = GPUImplHardware::DoGetGLVendor();
+  // The system gives a window's OpenGL to the driver that it likes, and a name on a display device
+  // is no promise that it is this adapter's.
+  if (namesAnotherMaker(vendor, fDXGIData.GetVendorID()))
+    SnifferLog{}("GL_VENDOR \"", vendor,
+                 "\" is not the maker of the adapter, vendorID=", fDXGIData.GetVendorID(), " \"",
+                 fDXGIData.GetDescription(), "\"");
+  return vendor;
 }
 
 unsigned GPUImplWin::DoGetGLMemoryMB() {

@@ -16,6 +16,8 @@ class GPUImplWin : public GPUImplHardware {
   GPUList DoGetGPUs() override;
   /// The largest figure of the three sources; throws as GetInstalledRAM does.
   unsigned DoGetGLMemoryMB() override;
+  /// OpenGL's answer; a diagnostic tells when it names another maker than the adapter's.
+  std::string DoGetGLVendor() override;
   std::string DoGetGLName() override { return fDXGIData.GetDescription(); }
   unsigned DoGetGLVendorID() override { return fDXGIData.GetVendorID(); }
   std::string DoGetGLDriverVersion() override { return fWMIData.GetDriverVersion(); }

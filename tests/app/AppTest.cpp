@@ -1,7 +1,23 @@
 #include <gmock/gmock.h>
 
+#include <cstdlib>
+
+#include "EntryPoint.h"
 #include "Probe.h"
 #include "core/Exceptions.h"
+
+size_t largestAllocation = SIZE_MAX;
+
+void* operator new(size_t size) {
+  void* const memory = size > largestAllocation ? nullptr : std::malloc(size);
+  return memory ? memory : throw std::bad_alloc();
+}
+void operator delete(void* memory) noexcept {
+  std::free(memory);
+}
+void operator delete(void* memory, size_t) noexcept {
+  std::free(memory);
+}
 
 namespace {
 
@@ -32,7 +48,11 @@ TEST(AppTest, EveryKindOfExceptionIsNamed) {
       {[] { throw ZOR::InternalException("f", 1, "inner"); }, "exception: inner\n"},
       {[] { throw NullText(); }, "exception: <NULL>\n"},
       {[] { throw 5; }, "unknown exception\n"},
+      // There is memory for this text, but not for the line.
+      {[] { throw std::runtime_error(std::string(1'000'000, 'x')); },
+       "exception: std::bad_alloc\n"},
       {[] {}, ""}};
+  largestAllocation = 1'500'000;
   for (const std::string failing : {"DoGetGLDriver", "DoGetNativeGPUs"}) {
     for (const auto& failure : cases) {
       fakeMachine = {};
@@ -50,6 +70,23 @@ TEST(AppTest, EveryKindOfExceptionIsNamed) {
       EXPECT_EQ(probe.out.find("snifferEnd") == std::string::npos, fails && !question);
     }
   }
+  largestAllocation = SIZE_MAX;
+}
+
+TEST(AppTest, EndsWithTheProcessAndWhatEscapesItIs4) {
+  static unsigned alive = 0, told = 0;
+  struct Broken : GPUSnifferApp {
+    Broken() { ++alive; }
+    ~Broken() override { --alive; }
+    void DoStderr(const std::string&) override {
+      if (++told > 20) throw 5;
+    }
+  };
+  std::string program = "gpuprobe", help = "-help";
+  char* arguments[] = {program.data(), help.data()};
+  EXPECT_EQ(RunApplication<Broken>(2, arguments), 3);
+  EXPECT_EQ(RunApplication<Broken>(2, arguments), 4);
+  EXPECT_EQ(alive, 0U);
 }
 
 TEST(AppTest, WithoutATesterOfItsOwnItMakesOne) {

@@ -7,6 +7,9 @@
 #include "MySniffer.h"
 #include "MyTester.h"
 
+/// Bytes; a larger allocation of this process fails.
+extern size_t largestAllocation;
+
 /// The shipped application over fakeMachine and a fake OpenGL, its two streams kept as texts. Its
 /// tester is the shipped one but for the clock and the machine's OpenCL.
 struct Probe : MySniffer {

@@ -85,23 +85,30 @@ std::vector<Stage> StagesOf(unsigned gpus, bool ocl) {
   return stages;
 }
 
-void ExpectRun(const std::vector<Stage>& stages, const std::string& option, unsigned n) {
+constexpr unsigned kNever = ~0U;
+
+void ExpectRun(const std::vector<Stage>& stages, unsigned throwAfter, unsigned crashAfter) {
   std::string out, err;
   unsigned taken = 0;
   for (const Stage& stage : stages) {
     out += stage.text;
     if (!stage.counts) continue;
-    const bool crashes = option == "-crashAfter=" && taken >= n;
-    const bool throws = option == "-throwAfter=" && taken == n;
+    const bool crashes = taken >= crashAfter;
+    const bool throws = taken == throwAfter;
     ++taken;
     if (!crashes && !throws) continue;
     err += crashes ? "exception: programmed failure\n" : "exception: Programmed throw\n";
     if (!stage.question) break;
   }
+  const auto option = [](const char* name, unsigned n) {
+    return name + (n == kNever ? "-1" : std::to_string(n));
+  };
+  const ArgumentList options = {option("-throwAfter=", throwAfter),
+                                option("-crashAfter=", crashAfter)};
   Probe probe;
-  EXPECT_EQ(probe.RunWith({option + std::to_string(n)}), err.empty() ? 0 : 2) << option << n;
-  EXPECT_EQ(probe.out, out) << option << n;
-  EXPECT_EQ(probe.err, err) << option << n;
+  EXPECT_EQ(probe.RunWith(options), err.empty() ? 0 : 2) << testing::PrintToString(options);
+  EXPECT_EQ(probe.out, out) << testing::PrintToString(options);
+  EXPECT_EQ(probe.err, err) << testing::PrintToString(options);
 }
 
 TEST(TesterTest, ProgrammedFailuresAtEveryStep) {
@@ -118,10 +125,11 @@ TEST(TesterTest, ProgrammedFailuresAtEveryStep) {
     for (const bool ocl : {false, true}) {
       Probe::hasOCL = ocl;
       const std::vector<Stage> stages = StagesOf(gpus, ocl);
-      ExpectRun(stages, "-exit=", 0);
+      ExpectRun(stages, kNever, kNever);
       for (unsigned n = 0; n < stages.size() + 2; ++n) {
-        ExpectRun(stages, "-throwAfter=", n);
-        ExpectRun(stages, "-crashAfter=", n);
+        ExpectRun(stages, n, kNever);
+        ExpectRun(stages, n, n);
+        ExpectRun(stages, n, n + 3);
       }
     }
   }
@@ -156,6 +164,15 @@ TEST(TesterTest, DiagnosticsOnlyWhenAskedFor) {
     }
     EXPECT_FALSE(std::getline(lines, line)) << line;
   }
+  // Nor does a diagnostic for which there is no memory change the report.
+  Probe probe;
+  probe.gl.initializeError = std::string(1'000'000, 'x');
+  largestAllocation = 1'500'000;
+  testing::internal::CaptureStdout();
+  probe.RunWith({"-verbose=1"});
+  largestAllocation = SIZE_MAX;
+  EXPECT_THAT(testing::internal::GetCapturedStdout(), testing::Not(HasSubstr("xxx")));
+  EXPECT_THAT(probe.out, HasSubstr("\nZOROGLInitialized=0\nOGLContextCreated=1\n"));
 }
 
 TEST(TesterTest, SingleQuestions) {
@@ -165,17 +182,24 @@ TEST(TesterTest, SingleQuestions) {
   const auto tester = probe.GetTester();
   GLGPU glgpu(MakeGPUImpl());
   tester->DoRunGLGetString("T", glgpu, "GL_X", 3);
-  EXPECT_EQ(probe.out, "gputag.GL_X=3\nT.glGetString[GL_X]=\"\"\n");
+  tester->DoRunGLGetIntegerv("T", glgpu, "GL_X", 3, 2);
+  EXPECT_EQ(
+      probe.out,
+      "gputag.GL_X=3\nT.glGetString[GL_X]=\"\"\ngputag.GL_X=3\nT.glGetIntegerv[GL_X]=[3, 0]\n");
 
   const boost::shared_ptr<GPU> cl = boost::make_shared<CLGPU>(MakeGPUImpl());
   EXPECT_DEATH_IF_SUPPORTED(tester->RunTests({{"glgpu[0]", nullptr}}, GLStringTest()), "px != 0");
   EXPECT_DEATH_IF_SUPPORTED(tester->RunTests({{"glgpu[0]", cl}}, ProgramvTest()), "px != 0");
 
   LogChannel delay{"GPUSnifferOCLDelay", 0};
-  channelLevel(delay) = 1;
-  const double start = nowSeconds();
-  tester->DoRunCLBandwidth("T", static_cast<CLGPU&>(*cl));
-  EXPECT_GE(nowSeconds() - start, 1.0);
+  double start = 0, asked = 0;
+  fakeMachine.onQuestion = [&](const std::string&, const std::string&) { asked = nowSeconds(); };
+  for (const int seconds : {1, 0, -1}) {
+    channelLevel(delay) = seconds;
+    start = nowSeconds();
+    tester->DoRunCLBandwidth("T", static_cast<CLGPU&>(*cl));
+    EXPECT_EQ(asked - start >= 1.0, seconds == 1);
+  }
   channelLevel(delay) = 0;
 }
 

@@ -17,13 +17,12 @@ TEST(LinuxHangingDriver, TimeoutEndsTheProbeAndKeepsItsLines) {
   for (const auto& c : cases) {
     const std::string before =
         std::string("LD_LIBRARY_PATH=" GPUPROBE_HANGING_EGL " HANG_IN=") + c.place;
-    const Outcome run = RunProbe({{"-timeout=1", "-hang=1"}, before});
+    const Outcome run = RunProbe({{"-timeout=5", "-hang=1"}, before});
     EXPECT_EQ(run.signal, SIGALRM) << c.place;
     EXPECT_EQ(run.out, c.lines) << c.place;
     EXPECT_EQ(run.text.back(), '\n');
     EXPECT_EQ(run.err, Lines()) << c.place;
-    EXPECT_GE(run.seconds, 0.9);
-    EXPECT_LT(run.seconds, 10);
+    EXPECT_GE(run.seconds, 4.9);
   }
 }
 

@@ -42,15 +42,10 @@ TEST(Options, NotUnderstood) {
 }
 
 TEST(Options, Texts) {
-  expectOutcome({"-comment=hello", "-comment="}, {"# hello", "# "}, {}, 0);
-  expectOutcome({"-stdout=a", "-stderr=x", "-stdout=b=c", "-stderr="}, {"a", "b=c"}, {"x", ""}, 0);
-  expectOutcome({"-stdout=\"a b\"", "-stdout=\"", "-stdout=\"\"", "-stdout="},
-                {"a b", "\"", "", ""}, {}, 0);
-  expectOutcome({"-stdout=\"a", "-stdout=a\"", "-stdout=\"a\"b\""}, {"\"a", "a\"", "a\"b"}, {}, 0);
-  expectOutcome({"-stdout=%s%n", "-comment=%s", "-stderr=%n"}, {"%s%n", "# %s"}, {"%n"}, 0);
-  expectOutcome({"-app=", "-app=Host", "-timeout=600", "-timeout=0", "-hang=0", "-hang=-1"}, {}, {},
-                0);
-  expectOutcome({"-verbose=1", "-verbose=none"}, {}, {}, 0);
+  expectOutcome({"-stdout=\"a b\"", "-stdout=\"a\"b\"", "-stdout=", "-comment=%s", "-stderr=%n"},
+                {"a b", "a\"b", "", "# %s"}, {"%n"}, 0);
+  expectOutcome({"-app=", "-timeout=600", "-timeout=0", "-hang=-1", "-verbose=1", "-verbose=none"},
+                {}, {}, 0);
 }
 
 // Of the code the system keeps the low byte.

@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
@@ -28,14 +29,12 @@ Lines linesOf(const std::string& text) {
   return lines;
 }
 
-}  // namespace
-
-Outcome RunProbe(const Start& start) {
+Outcome runOnce(const Start& start) {
   using Clock = std::chrono::steady_clock;
   std::string folder = "/tmp/gpuprobe-XXXXXX";
   if (!mkdtemp(folder.data())) throw std::runtime_error("mkdtemp failed");
   Lines words = {"bash", "-c",
-                 start.before + " exec timeout 60 " + start.program + " \"$@\" " + start.streams,
+                 start.before + " exec timeout 300 " + start.program + " \"$@\" " + start.streams,
                  folder};
   words.insert(words.end(), start.arguments.begin(), start.arguments.end());
   std::vector<char*> pointers;
@@ -62,6 +61,22 @@ Outcome RunProbe(const Start& start) {
     outcome.out.push_back(line);
     (line.compare(0, 2, "# ") == 0 ? outcome.comments : outcome.report).push_back(line);
   }
+  return outcome;
+}
+
+/// LeakSanitizer stops the threads to look at them and now and then crashes itself beside those of
+/// a driver. Such a run says nothing of the program.
+bool leakCheckCrashed(const Outcome& outcome) {
+  return std::any_of(outcome.err.begin(), outcome.err.end(), [](const std::string& line) {
+    return line.find("LeakSanitizer has encountered a fatal error") != std::string::npos;
+  });
+}
+
+}  // namespace
+
+Outcome RunProbe(const Start& start) {
+  Outcome outcome = runOnce(start);
+  for (int tries = 1; tries < 5 && leakCheckCrashed(outcome); ++tries) outcome = runOnce(start);
   return outcome;
 }
 

@@ -54,17 +54,4 @@ INSTANTIATE_TEST_SUITE_P(
            Redirection{"AllClosed", "<&- >&- 2>&-", false, false, 0}),
     nameOf);
 
-// The driver opens its log at its first GL error, on the lowest free descriptor.
-TEST(LinuxStreams, ClosedIsNotADriversFile) {
-  for (const char* streams : {">&- 2>/dev/null", ">/dev/null 2>&-", "<&- >&- 2>&-"}) {
-    const Outcome run = RunProbe({{},
-                                  "MESA_LOG_FILE=\"$0/log\" MESA_DEBUG=1"
-                                  " MESA_EXTENSION_OVERRIDE=-GL_ARB_fragment_program",
-                                  streams});
-    if (run.log.empty()) GTEST_SKIP() << "this driver writes no log";
-    EXPECT_EQ(run.code, 2);
-    EXPECT_THAT(run.log, Each(StartsWith("Mesa:")));
-  }
-}
-
 }  // namespace

@@ -16,14 +16,13 @@ TEST(LinuxWaits, HangDelaysTheExit) {
 }
 
 TEST(LinuxWaits, TimeoutEndsTheProbe) {
-  // A host may have handed down its own settings of the signal.
-  const Outcome run = RunProbe({{"-timeout=1", "-hang=20000"},
+  // Time for the whole report on a busy machine. A host may have handed down its own settings of the signal.
+  const Outcome run = RunProbe({{"-timeout=5", "-hang=60000"},
                                 "",
                                 Start().streams,
                                 "env --ignore-signal=ALRM --block-signal=ALRM " + Start().program});
   EXPECT_EQ(run.signal, SIGALRM);
-  EXPECT_GE(run.seconds, 0.9);
-  EXPECT_LT(run.seconds, 10);
+  EXPECT_GE(run.seconds, 4.9);
   EXPECT_EQ(run.out, PlainReport());
   EXPECT_EQ(run.err, Lines());
   // The last one counts, and none or fewer seconds are no limit.

@@ -56,6 +56,9 @@ TEST(CLTexts, EndAtTheirFirstNul) {
   EXPECT_EQ(hardware.DoGetCLVendor(), "");
   EXPECT_EQ(hardware.DoGetCLDriverVersion(), "OpenCL 9");
   EXPECT_EQ(hardware.DoGetCLDeviceVersion(), "1.2 AMD-APP (1800.11)");
+  // A driver without a text may have no terminator either.
+  fake.claimedSizes = {{CL_DRIVER_VERSION, 0}, {CL_DEVICE_NAME, 0}};
+  EXPECT_EQ(hardware.DoGetCLDriverVersion() + hardware.DoGetCLName(), "");
 }
 
 TEST(CLNumbers, AreTheDevicesOwn) {
@@ -99,7 +102,7 @@ TEST(CLTexts, FailWithTheirOwnMessage) {
       Hardware hardware(fake.device());
       return failureOf([&] { (hardware.*ask)(); });
     };
-    for (const size_t size : {size_t{0}, ~size_t{0}, size_t{1} << 33}) {
+    for (const size_t size : {~size_t{0}, size_t{1} << 33}) {
       FakeCL fake;
       fake.claimedSizes[property] = size;
       EXPECT_THAT(run(fake), testing::StartsWith(failure)) << size;
@@ -128,6 +131,22 @@ TEST(CLList, HoldsTheGPUsOfAllPlatforms) {
   }
   EXPECT_THAT(versions, testing::ElementsAre("1!", "4", "4"));
   EXPECT_THAT(fake.calls, testing::Contains("clGetDeviceIDs(p, 4, 0, 0, p)"));
+
+  // A bad platform costs its own devices only; its name may be asked for in vain, too.
+  fake.platforms[0].name = "A\nB\r";
+  for (const bool named : {true, false}) {
+    fake.counts.clear();
+    fake.statuses = {{"clGetDeviceIDs", {{named ? 1U : 2U, -6}}},
+                     {"clGetPlatformInfo", {{1, named ? 0 : -6}}}};
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(Hardware().DoGetCLGPUs().size(), 2U);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              std::string("OpenCL platform \"") + (named ? "A B" : "?") +
+                  "\" left out: clGetDeviceIDs: status -6\n");
+  }
+  fake.counts.clear();
+  fake.statuses = {{"clGetPlatformIDs", {{1, -6}}}};
+  EXPECT_THROW(Hardware().DoGetCLGPUs(), ZOR::LogicalException);
   fakeMachine = {};
 }
 

@@ -52,8 +52,11 @@ TEST(SnifferLog, WritesOnlyWhenOnAndNeverThrows) {
   level = 1;
   SnifferLog{}("index=", 3, " 100%s ", 0.5, ' ', true);
   SnifferLog{}("lost", Unprintable());
+  // Whatever a driver says is one line, and not the end of the file either.
+  SnifferLog{}("a\r\nb\n\vc\x1A", std::string("d\0e", 3), "\xC3\xA4\x7F");
+  for (const char* end : {"\r", "\n", "\r\n", "\n\r"}) SnifferLog{}("end", end);
   level = before;
-  EXPECT_EQ(logger.text, "index=3 100%s 0.5 1\n");
+  EXPECT_EQ(logger.text, "index=3 100%s 0.5 1\na  b  c d e\xC3\xA4 \nend\nend\nend\nend\n");
 }
 
 TEST(ReportFailure, TextsAndThrow) {

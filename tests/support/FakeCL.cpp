@@ -61,8 +61,9 @@ cl_int clGetPlatformIDsDoes(cl_uint size, cl_platform_id* handles, cl_uint* coun
 cl_int clGetPlatformInfoDoes(cl_platform_id platform, cl_platform_info property, size_t size,
                              void* value, size_t* needed) {
   const FakeCL& fake = *FakeCL::active;
-  return fake.answer(property, fake.platforms.at(platformOf(platform)).version + '\0', size, value,
-                     needed);
+  const FakeCL::Platform& asked = fake.platforms.at(platformOf(platform));
+  const std::string& text = property == CL_PLATFORM_NAME ? asked.name : asked.version;
+  return fake.answer(property, text + '\0', size, value, needed);
 }
 
 cl_int clGetDeviceIDsDoes(cl_platform_id platform, cl_device_type type, cl_uint size,

@@ -20,6 +20,7 @@ class FakeCL {
   struct Platform {
     std::string version = "OpenCL 1.2 Fake";
     std::vector<cl_device_type> devices{CL_DEVICE_TYPE_GPU};
+    std::string name = "Fake";
   };
   std::vector<Platform> platforms{1};
   std::map<cl_device_info, std::string> properties;  // of every device, byte for byte

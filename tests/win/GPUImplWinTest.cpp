@@ -85,6 +85,20 @@ TEST_F(GPUImplWinTest, FailingEnumerationIsSaid) {
   EXPECT_EQ(log.of(962), "DoGetGPUs fails with exception\n");
 }
 
+TEST_F(GPUImplWinTest, AnotherMakersOpenGLIsSaid) {
+  std::string said;
+  for (const uint32_t vendorID : {0x10deU, 0x1002U, 0x8086U, 0U})
+    for (const char* vendor : {"NVIDIA Corporation", "ATI Technologies Inc.", "INTEL", "Mesa"}) {
+      windows.adapters = {{L"Board X", vendorID}};
+      gl.strings[GL_VENDOR] = vendor;
+      found();
+      log.take();
+      EXPECT_EQ(gpus.at(0)->Vendor(), vendor);
+      said += log.take().empty() ? '=' : '!';
+    }
+  EXPECT_EQ(said, "=!!=!=!=!!======");
+}
+
 TEST_F(GPUImplWinTest, MemoryIsTheLargestFigure) {
   constexpr int32_t kMiB = 1 << 20;
   const struct {

@@ -20,32 +20,6 @@ std::string failure(const Action& action) {
   return "none";
 }
 
-TEST(OCLPlatforms, ListsInTheDriversOrder) {
-  FakeCL fake;
-  fake.platforms = {{"OpenCL 1", {CL_DEVICE_TYPE_CPU}},
-                    {"OpenCL 2", {CL_DEVICE_TYPE_GPU, CL_DEVICE_TYPE_CPU, CL_DEVICE_TYPE_GPU}}};
-  const std::vector<Platform> all = platforms();
-  ASSERT_EQ(all.size(), 2U);
-  EXPECT_THAT(all[0].devices(CL_DEVICE_TYPE_GPU), testing::IsEmpty());
-  const std::vector<Device> gpus = all[1].devices(CL_DEVICE_TYPE_GPU);
-  ASSERT_EQ(gpus.size(), 2U);
-  EXPECT_EQ(gpus[1].handle(), reinterpret_cast<cl_device_id>(302));
-  EXPECT_EQ(gpus[1].platform().handle(), all[1].handle());
-  EXPECT_STREQ(gpus[1].platform().version().c_str(), "OpenCL 2");
-  fake.platforms.clear();
-  EXPECT_THAT(platforms(), testing::IsEmpty());
-}
-
-TEST(OCLPlatforms, AnyOtherStatusNamesTheCall) {
-  for (const unsigned call : {1U, 2U}) {
-    FakeCL fake;
-    fake.statuses = {{"clGetPlatformIDs", {{call, -6}}}, {"clGetDeviceIDs", {{call, -33}}}};
-    EXPECT_EQ(failure([] { platforms(); }), "clGetPlatformIDs: status -6");
-    const Platform first = platforms().at(0);
-    EXPECT_EQ(failure([&] { first.devices(CL_DEVICE_TYPE_GPU); }), "clGetDeviceIDs: status -33");
-  }
-}
-
 TEST(OCLDevice, PropertiesHaveOneType) {
   FakeCL fake;
   fake.set(CL_DEVICE_GLOBAL_MEM_SIZE, cl_ulong{1} << 40);

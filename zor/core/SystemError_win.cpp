@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include "core/Exceptions.h"
+
 namespace ZOR::Core {
 
 std::string SystemErrorText(const std::string& call) {
@@ -12,6 +14,10 @@ std::string SystemErrorText(const std::string& call) {
   while (length > 0 && static_cast<unsigned char>(text[length - 1]) <= ' ') --length;
   if (length == 0) return call + ": error " + std::to_string(error);
   return call + ": " + std::string(static_cast<char*>(text), length);
+}
+
+void ThrowSystemError(const char* call) {
+  throw LogicalException(SystemErrorText(call));
 }
 
 }  // namespace ZOR::Core

@@ -37,14 +37,14 @@ std::vector<Device> Platform::devices(cl_device_type type) const {
   return list<Device, cl_device_id>("clGetDeviceIDs", CL_DEVICE_NOT_FOUND, query);
 }
 
-std::string Platform::version() const {
-  std::string text;
+std::string Platform::text(cl_platform_info property) const {
+  std::string result;
   const auto query = [&](size_t size, void* value, size_t* needed) {
-    return ExtensionManager::instance()->table()->clGetPlatformInfo(fHandle, CL_PLATFORM_VERSION,
-                                                                    size, value, needed);
+    return ExtensionManager::instance()->table()->clGetPlatformInfo(fHandle, property, size, value,
+                                                                    needed);
   };
-  CheckStatus("clGetPlatformInfo", ReadText(query, text));
-  return text;
+  CheckStatus("clGetPlatformInfo", ReadText(query, result));
+  return result;
 }
 
 std::vector<Platform> platforms() {

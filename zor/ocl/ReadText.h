@@ -14,8 +14,8 @@ constexpr size_t kLongestText = 1U << 20;
 using TextQuery = std::function<cl_int(size_t size, void* value, size_t* sizeNeeded)>;
 
 /// Asks for the size, then for the bytes, and sets text to them, terminator and whatever follows
-/// it included. The status of the call that failed, else CL_SUCCESS; a size that no text can have
-/// (none at all, or beyond kLongestText) is CL_INVALID_VALUE.
+/// it included; a size of 0 is an empty text. The status of the call that failed, else CL_SUCCESS;
+/// a size beyond kLongestText is CL_INVALID_VALUE.
 cl_int ReadText(const TextQuery& query, std::string& text);
 
 }  // namespace ZOR::OCL

@@ -19,6 +19,8 @@ class NativeContext {
   virtual void makeCurrent() = 0;
   /// The driver's name as the binding gives it; empty where it gives none.
   virtual std::string driverName() const { return {}; }
+  /// What was out of the ordinary when the context was made, for a diagnostic; mostly empty.
+  virtual std::string remark() const { return {}; }
 };
 
 /// The window system's OpenGL binding (EGL or WGL), and the seam at which tests put their own.
@@ -38,6 +40,8 @@ class Backend {
   virtual std::function<void()> saveCurrent() = 0;
   /// An OpenGL function for the current context, or null.
   virtual Core::EntryPoint entryPoint(const char* name) = 0;
+  /// Answers what other programs have sent to the windows of contexts.
+  virtual void answerMessages() {}
 
   /// The system's, unless replaced.
   static Backend& Instance();

@@ -1,18 +1,15 @@
 #include <windows.h>
 
-#include <algorithm>
 #include <optional>
 
+#include "core/EscapedAscii.h"
 #include "core/Exceptions.h"
 #include "core/SystemError_win.h"
 #include "ogl/Backend.h"
+#include "ogl/HiddenWindow_win.h"
 
 namespace ZOR::OGL {
 namespace {
-
-[[noreturn]] void fail(const char* call) {
-  throw LogicalException(Core::SystemErrorText(call));
-}
 
 /// The functions of opengl32.dll that are no OpenGL, under their own names.
 struct WGLApi {
@@ -50,79 +47,13 @@ std::string utf8(const wchar_t* text) {
   return bytes;
 }
 
-std::wstring utf16(const std::string& text) {
-  const int size = MultiByteToWideChar(CP_UTF8, 0, text.c_str(), -1, nullptr, 0);
-  if (size <= 1) return {};
-  std::wstring units(static_cast<size_t>(size), L'\0');
-  MultiByteToWideChar(CP_UTF8, 0, text.c_str(), -1, units.data(), size);
-  units.pop_back();
-  return units;
-}
-
-const wchar_t* windowClass() {
-  constexpr const wchar_t* kName = L"gpuprobe";
-  static const ATOM registered = [] {
-    WNDCLASSW description{};
-    description.style = CS_OWNDC;
-    description.lpfnWndProc = DefWindowProcW;
-    description.hInstance = GetModuleHandleW(nullptr);
-    description.lpszClassName = kName;
-    return RegisterClassW(&description);
-  }();
-  if (!registered) fail("RegisterClass");
-  return kName;
-}
-
-/// A window that is never shown. The adapter that drives the monitor it lies on draws it.
-class HiddenWindow {
- public:
-  explicit HiddenWindow(const std::string& deviceName) {
-    DEVMODEW mode{};
-    mode.dmSize = sizeof mode;
-    if (!EnumDisplaySettingsW(utf16(deviceName).c_str(), ENUM_CURRENT_SETTINGS, &mode))
-      fail("EnumDisplaySettings");
-    fWindow = CreateWindowExW(0, windowClass(), L"", WS_POPUP | WS_CLIPSIBLINGS | WS_CLIPCHILDREN,
-                              mode.dmPosition.x, mode.dmPosition.y, 16, 16, nullptr, nullptr,
-                              GetModuleHandleW(nullptr), nullptr);
-    if (!fWindow) fail("CreateWindowEx");
-    fDC = GetDC(fWindow);
-    if (!fDC) {
-      const std::string error = Core::SystemErrorText("GetDC");
-      DestroyWindow(fWindow);
-      throw LogicalException(error);
-    }
-  }
-  ~HiddenWindow() {
-    ReleaseDC(fWindow, fDC);
-    DestroyWindow(fWindow);
-  }
-  HiddenWindow(const HiddenWindow&) = delete;
-  HiddenWindow& operator=(const HiddenWindow&) = delete;
-
-  HDC dc() const { return fDC; }
-
- private:
-  HWND fWindow = nullptr;
-  HDC fDC = nullptr;
-};
-
 class WGLNativeContext : public NativeContext {
  public:
-  WGLNativeContext(const WGLApi& wgl, const std::string& deviceName)
-      : fWGL(wgl), fWindow(deviceName) {
-    PIXELFORMATDESCRIPTOR wanted{};
-    wanted.nSize = sizeof wanted;
-    wanted.nVersion = 1;
-    // Drivers may have double-buffered formats alone; asked for a single buffer, the system would
-    // choose its own software renderer.
-    wanted.dwFlags = PFD_DRAW_TO_WINDOW | PFD_SUPPORT_OPENGL | PFD_DOUBLEBUFFER;
-    wanted.iPixelType = PFD_TYPE_RGBA;
-    wanted.cColorBits = 24;
-    const int format = ChoosePixelFormat(fWindow.dc(), &wanted);
-    if (format == 0) fail("ChoosePixelFormat");
-    if (!SetPixelFormat(fWindow.dc(), format, &wanted)) fail("SetPixelFormat");
-    fContext = wgl.wglCreateContext(fWindow.dc());
-    if (!fContext) fail("wglCreateContext");
+  WGLNativeContext(const WGLApi& wgl, HiddenWindow::Kind kind, const std::string& deviceName)
+      : fWGL(wgl), fWindow(kind, deviceName), fContext(wgl.wglCreateContext(fWindow.dc())) {
+    if (!fContext) Core::ThrowSystemError("wglCreateContext");
+    if (!fWindow.drawnByDriver())
+      fRemark = "no driver has a pixel format for it, the system's generic renderer draws";
   }
 
   ~WGLNativeContext() override {
@@ -131,13 +62,21 @@ class WGLNativeContext : public NativeContext {
   }
 
   void makeCurrent() override {
-    if (!fWGL.wglMakeCurrent(fWindow.dc(), fContext)) fail("wglMakeCurrent");
+    if (!fWGL.wglMakeCurrent(fWindow.dc(), fContext)) Core::ThrowSystemError("wglMakeCurrent");
+  }
+
+  std::string remark() const override { return fRemark; }
+
+  bool drawnByDriver() const { return fWindow.drawnByDriver(); }
+  void addRemark(const std::string& remark) {
+    fRemark = fRemark.empty() ? remark : remark + "; " + fRemark;
   }
 
  private:
   const WGLApi& fWGL;
   HiddenWindow fWindow;
-  HGLRC fContext = nullptr;
+  HGLRC fContext;
+  std::string fRemark;
 };
 
 /// The adapters whose desktop a window can lie on, in the system's order.
@@ -151,7 +90,8 @@ std::vector<DISPLAY_DEVICEW> desktopDevices() {
 }
 
 DisplayDeviceKey keyOf(const DISPLAY_DEVICEW& device) {
-  return {utf8(&device.DeviceName[0]), utf8(&device.DeviceString[0]), utf8(&device.DeviceID[0])};
+  return {utf8(&device.DeviceName[0]), Core::EscapedAscii(&device.DeviceString[0]),
+          utf8(&device.DeviceID[0])};
 }
 
 class BackendWGL : public Backend {
@@ -171,7 +111,24 @@ class BackendWGL : public Backend {
   }
 
   std::unique_ptr<NativeContext> createContext(const DisplayDeviceKey& key) override {
-    return std::make_unique<WGLNativeContext>(api(), key.deviceName);
+    std::unique_ptr<WGLNativeContext> messageOnly;
+    std::string refusal;
+    try {
+      messageOnly = tryContext(HiddenWindow::Kind::kMessageOnly, key);
+      if (messageOnly->drawnByDriver()) return messageOnly;
+      refusal = messageOnly->remark();
+    } catch (const LogicalException& exception) {
+      refusal = exception.what();
+    }
+    try {
+      auto topLevel = tryContext(HiddenWindow::Kind::kTopLevel, key);
+      if (messageOnly && !topLevel->drawnByDriver()) return messageOnly;
+      topLevel->addRemark("a top-level window, for a message-only one was refused: " + refusal);
+      return topLevel;
+    } catch (const LogicalException&) {
+      if (!messageOnly) throw;
+      return messageOnly;
+    }
   }
 
   std::function<void()> saveCurrent() override {
@@ -190,7 +147,19 @@ class BackendWGL : public Backend {
     return number >= -1 && number <= 3 ? api().library.symbol(name) : address;
   }
 
+  void answerMessages() override { HiddenWindow::AnswerMessages(); }
+
  private:
+  /// A context that can also be made current: some drivers refuse a window only then.
+  std::unique_ptr<WGLNativeContext> tryContext(HiddenWindow::Kind kind,
+                                               const DisplayDeviceKey& key) {
+    auto context = std::make_unique<WGLNativeContext>(api(), kind, key.deviceName);
+    const std::function<void()> restore = saveCurrent();
+    context->makeCurrent();
+    restore();
+    return context;
+  }
+
   const WGLApi& api() {
     if (!fWGL) fWGL.emplace();
     return *fWGL;

@@ -30,4 +30,8 @@ std::string ContextOffscreen::driverName() const {
   return fNative->driverName();
 }
 
+std::string ContextOffscreen::remark() const {
+  return fNative->remark();
+}
+
 }  // namespace ZOR::OGL

@@ -23,6 +23,8 @@ class ContextOffscreen : public Context {
 
   /// The driver's name as the window system gives it; empty where it gives none.
   std::string driverName() const;
+  /// What was out of the ordinary when the context was made; mostly empty.
+  std::string remark() const;
 
  private:
   std::unique_ptr<NativeContext> fNative;

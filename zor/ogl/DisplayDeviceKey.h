@@ -11,7 +11,8 @@ inline constexpr char kSoftwareDeviceName[] = "software";
 ///
 /// | field        | Windows (EnumDisplayDevices)  | Linux (EGL_EXT_device_enumeration)      |
 /// | deviceName   | DeviceName, "\\.\DISPLAY1"    | DRM node path, or "software"            |
-/// | deviceString | DeviceString, adapter's name  | the device's name as EGL gives it       |
+/// | deviceString | DeviceString, adapter's name, | the device's name as EGL gives it       |
+/// |              | in escaped ASCII              |                                         |
 /// | displayID    | DeviceID                      | index in EGL's list                     |
 struct DisplayDeviceKey {
   std::string deviceName;

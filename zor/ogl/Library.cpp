@@ -11,4 +11,8 @@ void Library::Initialize(const InitOptions&) {
   Backend::Instance().initialize();
 }
 
+void Library::AnswerMessages() {
+  Backend::Instance().answerMessages();
+}
+
 }  // namespace ZOR::OGL
