@@ -117,7 +117,8 @@ void linesOfGibibyte(const std::string& zoo) {
   require(app != nullptr, "launch");
   nkutil::Line line;
   long lines = 0;
-  while (app->nextLine(line, Clock::now() + 60s) == nkutil::Channel::Taken::Line)
+  const nkutil::Time deadline = Clock::now() + 60s;
+  while (app->nextLine(line, deadline) == nkutil::Channel::Taken::Line)
     lines += line.text.size() == 63;
   require(lines == 1 << 24, "lines are missing");
   require(app->waitForEnd(Clock::now() + 60s), "no end");
@@ -141,8 +142,8 @@ void kills(const std::string& zoo) {
   for (int i = 0; i < 21; ++i) {
     nkutil::LaunchError error;
     const auto app = nkutil::systemLauncher().launch(command, Clock::now() + 60s, error);
-    require(app && app->WaitFor(nkutil::AppState::Running, Clock::now() + 60s), "launch");
-    std::this_thread::sleep_for(100ms);
+    require(app != nullptr, "launch");
+    while (app->bytesRead(nkutil::Stream::Out) == 0) std::this_thread::sleep_for(10ms);
     times.push_back(milliseconds([&] { require(app->Kill(10s), "kill"); }));
     require(app->killedProcesses() == 50, "not a tree of 50");
   }

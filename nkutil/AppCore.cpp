@@ -37,8 +37,16 @@ std::optional<LaunchError> AppCore::openOutput(Stream stream) {
     return std::nullopt;
   }
   int error = 0;
-  Handle ourEnd;
+  if (makePipe(PipeFor::Reading, fReading[static_cast<int>(stream)], childEnd, error))
+    return std::nullopt;
+  setSystemError(error);
+  return launchError("make a pipe", command.program);
+}
+
+bool AppCore::startTask(Stream stream, int& error) {
   const int index = static_cast<int>(stream);
+  if (!fReading[index]) return true;
+  const Command::Output& output = outputOf(command, stream);
   OutputTask::Options options;
   options.stream = stream;
   options.channel = channel;
@@ -51,15 +59,29 @@ std::optional<LaunchError> AppCore::openOutput(Stream stream) {
   options.atEnd = [core = shared_from_this(), index] {
     const std::lock_guard<std::mutex> lock(core->mutex);
     core->fStreamDone[index] = true;
-    core->changed.notify_all();
+    core->fStreamsChanged.notify_all();
   };
-  fStreamDone[index] = false;
-  if (makePipe(PipeFor::Reading, ourEnd, childEnd, error) &&
-      tasks[index].start(std::move(ourEnd), std::move(options), error))
-    return std::nullopt;
+  {
+    const std::lock_guard<std::mutex> lock(mutex);
+    fStreamDone[index] = false;
+  }
+  if (tasks[index].start(std::move(fReading[index]), std::move(options), error)) return true;
+  const std::lock_guard<std::mutex> lock(mutex);
   fStreamDone[index] = true;
+  return false;
+}
+
+std::optional<LaunchError> AppCore::startReading() {
+  int error = 0;
+  const bool started = startTask(Stream::Out, error) && startTask(Stream::Err, error);
+  {
+    const std::lock_guard<std::mutex> lock(mutex);
+    fReadingStarted = true;
+    fStreamsChanged.notify_all();
+  }
+  if (started) return std::nullopt;
   setSystemError(error);
-  return launchError(ourEnd ? "start a reading thread" : "make a pipe", command.program);
+  return launchError("start a reading thread", command.program);
 }
 
 std::optional<LaunchError> AppCore::open() {
@@ -125,19 +147,22 @@ void AppCore::keep() {
   log.enter(crashed ? AppState::Crashed : AppState::Finished, Clock::now());
   keeperDone = true;
   changed.notify_all();
+  over.notify_all();
 }
 
 void AppCore::drain() {
   std::unique_lock<std::mutex> lock(mutex);
+  while (!fReadingStarted) waitUntil(fStreamsChanged, lock, kForever);
   const Time now = Clock::now();
   log.enter(AppState::Finishing, now);
   changed.notify_all();
-  while (!streamsDone() && !killing() && waitUntil(changed, lock, now + command.drainBudget)) {
+  while (!streamsDone() && !killing() && waitUntil(fStreamsChanged, lock, now + command.drainBudget)) {
   }
+  for (const OutputTask& task : tasks) child->ignoreThread(task.threadNumber());
   if (killing() || !command.keepTree) sweepUntilGone(lock);
   for (OutputTask& task : tasks) task.endWhenDry();
   // A sink may still be busy with what was read: that is the host's time, up to a kill.
-  while (!streamsDone() && waitUntil(changed, lock, killing() ? fDrainUntil : kForever)) {
+  while (!streamsDone() && waitUntil(fStreamsChanged, lock, killing() ? fDrainUntil : kForever)) {
   }
   endStreams(lock);
 }
@@ -152,7 +177,7 @@ void AppCore::sweepUntilGone(std::unique_lock<std::mutex>& lock) {
     fLeft = left;
     const Time now = Clock::now();
     if (left == 0 || now >= (killing() ? fKillUntil : until)) return;
-    waitUntil(changed, lock, now + look);
+    waitUntil(fStreamsChanged, lock, now + look);
     look = std::min(look * 2, kLastLook);
   }
 }
@@ -165,6 +190,7 @@ bool AppCore::kill(Milliseconds budget) {
   fKillUntil = std::max(fKillUntil, until);
   fDrainUntil = std::max(fDrainUntil, until - budget / 2);
   changed.notify_all();
+  fStreamsChanged.notify_all();
   Milliseconds look = kFirstLook;
   for (;;) {
     lock.unlock();
@@ -173,7 +199,7 @@ bool AppCore::kill(Milliseconds budget) {
     const Time now = Clock::now();
     if (log.ended()) return fLeft == 0;
     if (now >= until) break;
-    waitUntil(changed, lock, std::min(until, now + look));
+    waitUntil(over, lock, std::min(until, now + look));
     look = std::min(look * 2, kLastLook);
   }
   endStreams(lock);
@@ -198,7 +224,7 @@ void AppCore::closeStreams(Milliseconds budget) {
   endStreams(lock);
   input.reset();
   const Time until = Clock::now() + budget;
-  while (!streamsDone() && waitUntil(changed, lock, until)) {
+  while (!streamsDone() && waitUntil(fStreamsChanged, lock, until)) {
   }
 }
 

@@ -10,6 +10,8 @@ namespace nkutil {
 namespace {
 
 constexpr std::size_t kBlockSize = 65536;
+/// Most programs say little.
+constexpr std::size_t kFirstBlockSize = 4096;
 /// Bytes that came closer together than this share a time, so that a flood of single bytes does
 /// not cost more for its times than for the bytes.
 constexpr std::chrono::microseconds kSameTime{100};
@@ -41,13 +43,17 @@ void Buffer::append(std::string_view bytes, Time time) {
 }
 
 std::size_t Buffer::appendTo(Blocks& blocks, std::string_view bytes, Time time) {
-  if (blocks.empty() || blocks.back().end == kBlockSize) {
+  if (blocks.empty() || blocks.back().end == blocks.back().capacity) {
     Block block = std::move(fSpare);
-    if (!block.bytes) block.bytes.reset(new char[kBlockSize]);
+    if (!block.bytes) {
+      const bool little = blocks.empty() && bytes.size() < kFirstBlockSize;
+      block.capacity = little ? kFirstBlockSize : kBlockSize;
+      block.bytes.reset(new char[block.capacity]);
+    }
     blocks.push_back(std::move(block));
   }
   Block& block = blocks.back();
-  const std::size_t count = std::min(bytes.size(), kBlockSize - block.end);
+  const std::size_t count = std::min(bytes.size(), block.capacity - block.end);
   if (block.marks.empty() || time - block.marks.back().time > kSameTime)
     block.marks.push_back({block.end, time});
   std::memcpy(block.bytes.get() + block.end, bytes.data(), count);
@@ -111,6 +117,22 @@ Buffer::LineEnd Buffer::findLineEnd() {
   return result;
 }
 
+/// Nearly every line lies in one block with bytes to follow.
+bool Buffer::takeFromFront(Line& line) {
+  Block& block = fHead.front();
+  const std::string_view text = block.text();
+  const auto* end = static_cast<const char*>(std::memchr(text.data(), '\n', text.size()));
+  if (!end || end + 1 == text.data() + text.size()) return false;
+  const auto size = static_cast<std::size_t>(end - text.data());
+  line.text.assign(text.data(), size);
+  line.time = block.timeAt(block.begin + size);
+  line.ended = true;
+  line.droppedBefore = std::exchange(block.droppedBefore, 0);
+  block.begin += size + 1;
+  fHeadSize -= size + 1;
+  return true;
+}
+
 void Buffer::take(const LineEnd& end, Line& line) {
   line.time = end.time;
   line.ended = end.ended;
@@ -131,6 +153,8 @@ void Buffer::take(const LineEnd& end, Line& line) {
 }
 
 bool Buffer::takeLine(Line& line) {
+  joinTail();
+  if (fSearchedBlocks == 0 && !fHead.empty() && takeFromFront(line)) return true;
   const LineEnd end = findLineEnd();
   if (end.found) take(end, line);
   return end.found;

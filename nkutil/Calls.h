@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <thread>
@@ -66,5 +67,7 @@ Result systemCall(Call which, Result failure, Function call) {
 /// A thread that no signal of the host is delivered to. Not joinable when the system has none;
 /// the code is then the system's error.
 std::thread startThread(std::function<void()> body);
+/// The system's number of this thread.
+std::uint32_t currentThreadNumber();
 
 }  // namespace nkutil

@@ -22,6 +22,8 @@ void setSystemError(int error) { errno = error; }
 
 std::string systemErrorText(int error) { return std::generic_category().message(error); }
 
+std::uint32_t currentThreadNumber() { return static_cast<std::uint32_t>(gettid()); }
+
 std::thread startThread(std::function<void()> body) {
   if (systemCall(Call::Thread, -1, [] { return 0; }) != 0) return {};
   sigset_t all;

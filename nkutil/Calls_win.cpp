@@ -30,6 +30,8 @@ std::string systemErrorText(int error) {
   return all;
 }
 
+std::uint32_t currentThreadNumber() { return GetCurrentThreadId(); }
+
 std::thread startThread(std::function<void()> body) {
   if (systemCall(Call::Thread, -1, [] { return 0; }) != 0) return {};
   try {

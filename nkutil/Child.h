@@ -29,6 +29,8 @@ class Child {
   /// Ends what is alive of the tree, the process itself included. Returns how many processes were
   /// still alive when it looked; call it again until that is 0.
   virtual int sweep() = 0;
+  /// A thread of this library that was started after the process, which is no sign of a tree.
+  virtual void ignoreThread(std::uint32_t number) = 0;
   /// Processes ended by sweep() so far.
   virtual int killed() const = 0;
   /// Keeper, after awaitEnd(), the last call: lets go of the process, and of what it started.

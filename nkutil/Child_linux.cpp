@@ -30,6 +30,10 @@ class ChildLinux : public Child {
   ProcessId id() const override { return static_cast<ProcessId>(fPid.load()); }
   void awaitEnd() override;
   int sweep() override;
+  void ignoreThread(std::uint32_t number) override {
+    const std::lock_guard<std::mutex> lock(fMutex);
+    fTree.ignoreThread(static_cast<pid_t>(number));
+  }
   int killed() const override;
   Ending reap(bool keepTree) override;
 

@@ -22,6 +22,7 @@ class ChildWin : public Child {
   ProcessId id() const override { return fId; }
   void awaitEnd() override;
   int sweep() override;
+  void ignoreThread(std::uint32_t /*number*/) override {}
   int killed() const override;
   Ending reap(bool keepTree) override;
 

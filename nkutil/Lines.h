@@ -68,6 +68,7 @@ class Buffer {
   };
   struct Block {
     std::unique_ptr<char[]> bytes;
+    std::size_t capacity = 0;
     std::size_t begin = 0;
     std::size_t end = 0;
     std::uint64_t droppedBefore = 0;
@@ -89,6 +90,7 @@ class Buffer {
   void dropFromTail(std::size_t count);
   void joinTail();
   LineEnd findLineEnd();
+  bool takeFromFront(Line& line);
   void take(const LineEnd& end, Line& line);
 
   std::size_t fCap;

@@ -1,6 +1,7 @@
 #include <atomic>
-#include <memory>
+#include <new>
 #include <utility>
+#include <vector>
 
 #include "nkutil/Calls.h"
 #include "nkutil/Pipe.h"
@@ -9,6 +10,7 @@ namespace nkutil {
 
 namespace {
 
+constexpr std::size_t kFirstReadSize = 4096;
 constexpr std::size_t kReadSize = 65536;
 
 }  // namespace
@@ -17,15 +19,26 @@ struct OutputTask::State {
   State(Handle handle, Options given) : reader(std::move(handle)), options(std::move(given)) {}
 
   void run();
+  void grow();
   void take(std::string_view bytes, Time time);
 
   Reader reader;
   Options options;
-  const std::unique_ptr<char[]> space{new char[kReadSize]};
+  std::vector<char> space = std::vector<char>(kFirstReadSize);
   bool wanted = true;  ///< the sink's last answer
   std::atomic<std::uint64_t> bytesRead{0};
   std::atomic<bool> finished{false};
+  std::atomic<std::uint32_t> thread{0};
 };
+
+/// For a program that says much.
+void OutputTask::State::grow() {
+  try {
+    space.resize(kReadSize);
+  } catch (const std::bad_alloc&) {
+    return;  // it goes on in small steps
+  }
+}
 
 void OutputTask::State::take(std::string_view bytes, Time time) {
   if (bytesRead == 0 && options.atFirstByte) options.atFirstByte(time);
@@ -37,9 +50,12 @@ void OutputTask::State::take(std::string_view bytes, Time time) {
 }
 
 void OutputTask::State::run() {
+  thread = currentThreadNumber();
   std::size_t got = 0;
-  while (reader.read(space.get(), kReadSize, kForever, got) == Transfer::Done)
-    take({space.get(), got}, Clock::now());
+  while (reader.read(space.data(), space.size(), kForever, got) == Transfer::Done) {
+    take({space.data(), got}, Clock::now());
+    if (got == space.size() && got < kReadSize) grow();
+  }
   options.channel->close(options.stream);
   // What the callbacks hold may hold this task.
   const std::function<void()> atEnd = std::move(options.atEnd);
@@ -78,6 +94,8 @@ void OutputTask::end() {
 void OutputTask::endWhenDry() {
   if (fState) fState->reader.endWhenDry();
 }
+
+std::uint32_t OutputTask::threadNumber() const { return fState ? fState->thread.load() : 0; }
 
 std::uint64_t OutputTask::bytesRead() const { return fState ? fState->bytesRead.load() : 0; }
 

@@ -100,6 +100,8 @@ class OutputTask {
   /// See Reader.
   void end();
   void endWhenDry();
+  /// The system's number of the thread; 0 before it runs. Any thread.
+  std::uint32_t threadNumber() const;
   /// Bytes read so far. Any thread.
   std::uint64_t bytesRead() const;
   bool finished() const;

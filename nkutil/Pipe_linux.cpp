@@ -19,6 +19,8 @@ namespace {
 
 /// What a pipe can hold where nobody raised the system's own limit.
 constexpr std::size_t kLargestPipe = 1 << 20;
+/// What a pipe holds at first: a reader that is handed this much at once is behind.
+constexpr std::size_t kFlood = 65536;
 
 /// Milliseconds for poll, rounded up so that it does not return before the deadline.
 int pollTime(Time deadline) {
@@ -143,7 +145,7 @@ Transfer Reader::read(char* data, std::size_t size, Time deadline, std::size_t& 
     got = static_cast<std::size_t>(count);
     if (fState->dry()) fState->dryRead += got;
     // A flood: more room means fewer turns between the two sides. A refusal costs nothing.
-    if (got == size && !std::exchange(fState->grown, true))
+    if (got >= kFlood && !std::exchange(fState->grown, true))
       fcntl(fState->get(), F_SETPIPE_SZ, static_cast<int>(kLargestPipe));
     return Transfer::Done;
   }

@@ -87,7 +87,7 @@ bool SystemApp::WaitFor(AppState state, Time deadline) {
 bool SystemApp::waitForEnd(Time deadline) {
   std::unique_lock<std::mutex> lock(fCore->mutex);
   while (!fCore->log.ended())
-    if (!waitUntil(fCore->changed, lock, deadline)) return false;
+    if (!waitUntil(fCore->over, lock, deadline)) return false;
   return true;
 }
 
@@ -117,8 +117,12 @@ std::unique_ptr<ConsoleApp> launchOnSystem(const Command& command, Time deadline
   std::thread keeper;
   if (!failure) {
     keeper = startThread([core] { core->keep(); });
-    failure = keeper.joinable() ? core->awaitLaunch(deadline)
-                                : launchError("start a thread", command.program);
+    if (!keeper.joinable()) failure = launchError("start a thread", command.program);
+  }
+  if (!failure) {
+    failure = core->startReading();
+    std::optional<LaunchError> notStarted = core->awaitLaunch(deadline);
+    if (notStarted) failure = std::move(notStarted);
   }
   auto app = std::make_unique<SystemApp>(core, std::move(keeper));
   if (!failure) return app;

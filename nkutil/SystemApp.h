@@ -13,8 +13,11 @@ class AppCore : public std::enable_shared_from_this<AppCore> {
  public:
   explicit AppCore(const Command& command);
 
-  /// Makes the pipes and starts the reading threads.
+  /// Makes the pipes.
   std::optional<LaunchError> open();
+  /// Starts the reading threads, while the keeper starts the process. The keeper goes no further
+  /// before this has returned.
+  std::optional<LaunchError> startReading();
   /// The keeper: starts the process, waits for it, ends what is left of its tree. The thread lives
   /// as long as the process: Linux ends a child whose parent-death signal is set when the thread
   /// that started it goes.
@@ -31,7 +34,9 @@ class AppCore : public std::enable_shared_from_this<AppCore> {
   OutputTask tasks[2];
 
   std::mutex mutex;
-  std::condition_variable changed;
+  // A thread is woken for what it waits for, and no other: a launch is a matter of few turns.
+  std::condition_variable changed;  ///< the state
+  std::condition_variable over;     ///< the last state came
   // All under the mutex from here on.
   StateLog log{Clock::now()};
   Ending ending;
@@ -40,6 +45,7 @@ class AppCore : public std::enable_shared_from_this<AppCore> {
 
  private:
   std::optional<LaunchError> openOutput(Stream stream);
+  bool startTask(Stream stream, int& error);
   void drain();
   void sweepUntilGone(std::unique_lock<std::mutex>& lock);
   void endStreams(std::unique_lock<std::mutex>& lock);
@@ -50,6 +56,9 @@ class AppCore : public std::enable_shared_from_this<AppCore> {
   std::optional<LaunchError> fError;
   bool fLaunchOver = false;
   bool fAbandoned = false;  ///< nobody waits for the launch any more
+  Handle fReading[2];  ///< our ends, until their threads have them
+  std::condition_variable fStreamsChanged;
+  bool fReadingStarted = false;
   bool fStreamDone[2] = {true, true};
   int fLeft = 0;  ///< processes of the tree that could not be ended
   Time fKillUntil = Time::min();

@@ -83,11 +83,15 @@ std::string Tree::markValue(const char* hostsValue) const {
 }
 
 bool Tree::isLeaderAlone() const {
-  // The last field is the newest process number that was given out. It can't come round to the
-  // leader's while the leader holds it.
+  // The last field is the newest number that was given out, to a process or a thread. It can't come
+  // round to the leader's while the leader holds it.
   char text[256];
   const std::string_view all = readFile("/proc/loadavg", text, sizeof text);
-  return number<pid_t>(field(all, 4)) == fLeader;
+  const auto newest = number<pid_t>(field(all, 4));
+  if (newest < fLeader) return false;
+  for (pid_t started = fLeader + 1; started <= newest; ++started)
+    if (fOwnThreads.count(started) == 0) return false;
+  return true;
 }
 
 bool Tree::readProcess(pid_t pid, Process& process) {
@@ -100,6 +104,7 @@ bool Tree::readProcess(pid_t pid, Process& process) {
   process.pid = pid;
   process.state = all[0];
   process.parent = number<pid_t>(field(all, 1));
+  process.group = number<pid_t>(field(all, 2));
   process.session = number<pid_t>(field(all, 3));
   process.start = number<std::uint64_t>(field(all, 19));
   return true;
@@ -180,15 +185,17 @@ void Tree::killExactly(const Process& process) {
 }
 
 int Tree::kill() {
+  const std::vector<Process> all = members();
+  // The leader's group at one stroke: no fork of theirs gets away.
+  const bool groupKilled =
+      !fLeaderless && systemCall(Call::Kill, -1, [this] { return ::kill(-fLeader, SIGKILL); }) == 0;
   int alive = 0;
-  for (const Process& process : members()) {
+  for (const Process& process : all) {
     if (!isAlive(process.state)) continue;
     ++alive;
     fKilled.insert({process.pid, process.start});
-    killExactly(process);
+    if (!groupKilled || process.group != fLeader) killExactly(process);
   }
-  // All of the first group at one stroke: no fork of theirs gets away.
-  if (!fLeaderless) systemCall(Call::Kill, -1, [this] { return ::kill(-fLeader, SIGKILL); });
   return alive;
 }
 

@@ -25,9 +25,11 @@ class Tree {
   void setLeader(pid_t leader) { fLeader = leader; }
   void setLeaderless() { fLeaderless = true; }
 
+  void ignoreThread(pid_t number) { fOwnThreads.insert(number); }
+
   /// Sends SIGKILL to every process of the tree that is alive; their number.
   int kill();
-  /// The system has started no process since the leader: there is no tree.
+  /// Nothing was started since the leader, by anybody, but threads of ours: there is no tree.
   bool isLeaderAlone() const;
   int killed() const { return static_cast<int>(fKilled.size()); }
 
@@ -35,6 +37,7 @@ class Tree {
   struct Process {
     pid_t pid = 0;
     pid_t parent = 0;
+    pid_t group = 0;
     pid_t session = 0;
     char state = 0;
     std::uint64_t start = 0;  ///< in the kernel's ticks since boot
@@ -49,6 +52,7 @@ class Tree {
   std::uint64_t fEarliest = 0;  ///< nothing of the tree started before
   pid_t fLeader = 0;
   bool fLeaderless = false;
+  std::set<pid_t> fOwnThreads;
   std::set<std::pair<pid_t, std::uint64_t>> fKilled;
 };
 

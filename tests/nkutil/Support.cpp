@@ -69,6 +69,7 @@ void expectHost(const std::string& mode) {
 }  // namespace nkutil::test
 
 int main(int count, char** values) {
+  nkutil::test::markRun();
   if (count == 3 && std::string(values[1]) == "--host") return nkutil::test::runHost(values[2]);
   testing::InitGoogleTest(&count, values);
   return RUN_ALL_TESTS();

@@ -17,6 +17,9 @@ Time in(int milliseconds);
 RunResult run(const Command& command, Time deadline = in(60000));
 double millisecondsBetween(Time from, Time to);
 
+/// Set for this program and all that comes of it.
+constexpr const char* kRunVariable = "NKUTIL_TEST_RUN";
+
 /// What a launch may leave behind.
 struct Leftovers {
   int handles = 0;    ///< descriptors or handles that are open here
@@ -24,6 +27,8 @@ struct Leftovers {
   long residentKiB = 0;
 };
 Leftovers countLeftovers();
+/// Marks this program, unless it is a host that was started by one with the mark.
+void markRun();
 /// Waits a moment for what the system does after the fact (a process of another parent goes).
 void expectNothingLeft(const Leftovers& before, const std::string& where);
 

@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <climits>
+#include <cstdlib>
 #include <fstream>
 #include <functional>
 
@@ -25,17 +26,26 @@ std::string ownPath() {
   return {path, static_cast<std::size_t>(size)};
 }
 
+void markRun() { setenv(kRunVariable, std::to_string(getpid()).c_str(), 0); }
+
 Leftovers countLeftovers() {
   Leftovers left;
   forEachEntry("/proc/self/fd", [&](const std::string&) { ++left.handles; });
-  const std::string own = "/proc/" + std::to_string(getpid());
   forEachEntry("/proc", [&](const std::string& pid) {
     std::ifstream file("/proc/" + pid + "/stat");
     std::string word, name, state, parent;
     file >> word >> name >> state >> parent;
-    // Zombies of other parents are theirs to reap.
-    const bool ours = parent == std::to_string(getpid());
-    if (name == "(zoo)" && (state != "Z" || ours)) ++left.processes;
+    if (name != "(zoo)") return;
+    // Other suites run beside this one. Zombies of other parents are theirs to reap.
+    std::ifstream environment("/proc/" + pid + "/environ");
+    std::getline(environment, word, '=');
+    while (environment && word != kRunVariable) {
+      std::getline(environment, word, '\0');
+      std::getline(environment, word, '=');
+    }
+    std::getline(environment, word, '\0');
+    const bool zombie = state == "Z" && parent == std::to_string(getpid());
+    if (zombie || (state != "Z" && word == getenv(kRunVariable))) ++left.processes;
   });
   std::ifstream file("/proc/self/statm");
   long total = 0;

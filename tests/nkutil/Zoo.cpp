@@ -81,6 +81,10 @@ const std::map<std::string, std::function<int(const Arguments&)>> kModes = {
     {"overflow", [](const Arguments&) { return overflow(nullptr); }},
     {"grandchild",
      [](const Arguments&) { return zoo::startSelf({"sleep"}, zoo::Apart::No), say("x"), 0; }},
+    {"grandchild-id",
+     [](const Arguments&) {
+       return say(std::to_string(zoo::startSelf({"sleep"}, zoo::Apart::No))), 0;
+     }},
     {"left-session",
      [](const Arguments&) {
        return zoo::startSelf({"start-apart"}, zoo::Apart::No), zoo::sleepMs(100), say("x"), 0;

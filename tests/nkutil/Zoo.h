@@ -9,8 +9,8 @@ namespace zoo {
 enum class Apart { No, Session };
 
 /// Starts this program again with the arguments, its streams inherited; in a session of its own
-/// (Windows: detached) where that is wanted.
-void startSelf(const std::vector<std::string>& arguments, Apart apart);
+/// (Windows: detached) where that is wanted. Its process number.
+int startSelf(const std::vector<std::string>& arguments, Apart apart);
 void sleepMs(int milliseconds);
 /// Bytes as they are on every stream, and no dialog for a crash.
 void begin();

@@ -15,9 +15,9 @@ namespace zoo {
 
 void begin() { prctl(PR_SET_DUMPABLE, 1); }
 
-void startSelf(const std::vector<std::string>& arguments, Apart apart) {
+int startSelf(const std::vector<std::string>& arguments, Apart apart) {
   const pid_t pid = fork();
-  if (pid != 0) return;
+  if (pid != 0) return pid;
   if (apart == Apart::Session) setsid();
   // By its own path, so that it has the name that is looked for.
   char path[4096];

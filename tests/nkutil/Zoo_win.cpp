@@ -26,7 +26,7 @@ void begin() {
   for (const int descriptor : {0, 1, 2}) _setmode(descriptor, _O_BINARY);
 }
 
-void startSelf(const std::vector<std::string>& arguments, Apart apart) {
+int startSelf(const std::vector<std::string>& arguments, Apart apart) {
   char path[MAX_PATH];
   GetModuleFileNameA(nullptr, path, MAX_PATH);
   std::string line = '"' + std::string(path) + "\" " + arguments[0];
@@ -36,6 +36,7 @@ void startSelf(const std::vector<std::string>& arguments, Apart apart) {
   const DWORD flags =
       apart == Apart::Session ? DETACHED_PROCESS | CREATE_NEW_PROCESS_GROUP : DWORD{0};
   CreateProcessA(path, line.data(), nullptr, nullptr, TRUE, flags, nullptr, nullptr, &info, &made);
+  return static_cast<int>(made.dwProcessId);
 }
 
 void sleepMs(int milliseconds) { Sleep(static_cast<DWORD>(milliseconds)); }
