@@ -142,8 +142,7 @@ void AppCore::keep() {
   const Ending how = child->reap(keepTree);
   lock.lock();
   ending = how;
-  const bool crashed =
-      how.kind == Ending::Kind::Signalled || how.kind == Ending::Kind::Exception;
+  const bool crashed = how.kind == Ending::Kind::Signalled || how.kind == Ending::Kind::Exception;
   log.enter(crashed ? AppState::Crashed : AppState::Finished, Clock::now());
   keeperDone = true;
   changed.notify_all();
@@ -156,7 +155,8 @@ void AppCore::drain() {
   const Time now = Clock::now();
   log.enter(AppState::Finishing, now);
   changed.notify_all();
-  while (!streamsDone() && !killing() && waitUntil(fStreamsChanged, lock, now + command.drainBudget)) {
+  while (!streamsDone() && !killing() &&
+         waitUntil(fStreamsChanged, lock, now + command.drainBudget)) {
   }
   for (const OutputTask& task : tasks) child->ignoreThread(task.threadNumber());
   if (killing() || !command.keepTree) sweepUntilGone(lock);

@@ -176,7 +176,9 @@ bool Buffer::takeRest(Line& line) {
   return true;
 }
 
-Time Buffer::nextLineTime() { return findLineEnd().time; }
+Time Buffer::nextLineTime() {
+  return findLineEnd().time;
+}
 
 void Buffer::moveTo(Buffer& other) {
   joinTail();

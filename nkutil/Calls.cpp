@@ -4,6 +4,8 @@ namespace nkutil {
 
 CallFault detail::callFault = nullptr;
 
-void setCallFault(CallFault fault) { detail::callFault = fault; }
+void setCallFault(CallFault fault) {
+  detail::callFault = fault;
+}
 
 }  // namespace nkutil

@@ -16,13 +16,21 @@ void DescriptorTraits::close(int descriptor) {
   errno = kept;
 }
 
-int systemError() { return errno; }
+int systemError() {
+  return errno;
+}
 
-void setSystemError(int error) { errno = error; }
+void setSystemError(int error) {
+  errno = error;
+}
 
-std::string systemErrorText(int error) { return std::generic_category().message(error); }
+std::string systemErrorText(int error) {
+  return std::generic_category().message(error);
+}
 
-std::uint32_t currentThreadNumber() { return static_cast<std::uint32_t>(gettid()); }
+std::uint32_t currentThreadNumber() {
+  return static_cast<std::uint32_t>(gettid());
+}
 
 std::thread startThread(std::function<void()> body) {
   if (systemCall(Call::Thread, -1, [] { return 0; }) != 0) return {};

@@ -14,9 +14,13 @@ void WinHandleTraits::close(void* handle) {
   SetLastError(kept);
 }
 
-int systemError() { return static_cast<int>(GetLastError()); }
+int systemError() {
+  return static_cast<int>(GetLastError());
+}
 
-void setSystemError(int error) { SetLastError(static_cast<DWORD>(error)); }
+void setSystemError(int error) {
+  SetLastError(static_cast<DWORD>(error));
+}
 
 std::string systemErrorText(int error) {
   wchar_t* text = nullptr;
@@ -30,7 +34,9 @@ std::string systemErrorText(int error) {
   return all;
 }
 
-std::uint32_t currentThreadNumber() { return GetCurrentThreadId(); }
+std::uint32_t currentThreadNumber() {
+  return GetCurrentThreadId();
+}
 
 std::thread startThread(std::function<void()> body) {
   if (systemCall(Call::Thread, -1, [] { return 0; }) != 0) return {};
@@ -47,8 +53,8 @@ std::optional<std::wstring> toWide(std::string_view text) {
   if (text.empty()) return wide;
   const int size = static_cast<int>(text.size());
   wide.resize(text.size());  // never more units than bytes
-  const int count = MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, text.data(), size,
-                                        wide.data(), size);
+  const int count =
+      MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, text.data(), size, wide.data(), size);
   if (count == 0) return std::nullopt;
   wide.resize(static_cast<std::size_t>(count));
   return wide;
@@ -57,9 +63,9 @@ std::optional<std::wstring> toWide(std::string_view text) {
 std::string toUtf8(std::wstring_view text) {
   std::string narrow(text.size() * 3, '\0');
   if (text.empty()) return narrow;
-  const int count = WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()),
-                                        narrow.data(), static_cast<int>(narrow.size()), nullptr,
-                                        nullptr);
+  const int count =
+      WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), narrow.data(),
+                          static_cast<int>(narrow.size()), nullptr, nullptr);
   narrow.resize(static_cast<std::size_t>(count));
   return narrow;
 }

@@ -15,7 +15,8 @@ struct ChildStreams {
 };
 
 /// One process and its tree: what each system must provide. Used by two threads: the keeper, which
-/// starts it and waits for it, and whoever kills; only id(), sweep() and killed() are called by both.
+/// starts it and waits for it, and whoever kills; only id(), sweep() and killed() are called by
+/// both.
 class Child {
  public:
   virtual ~Child() = default;

@@ -127,7 +127,9 @@ class LauncherLinux : public ConsoleAppLauncher {
 
 }  // namespace
 
-std::unique_ptr<Child> makeChild() { return std::make_unique<ChildLinux>(); }
+std::unique_ptr<Child> makeChild() {
+  return std::make_unique<ChildLinux>();
+}
 
 ConsoleAppLauncher& systemLauncher() {
   static LauncherLinux& launcher = *new LauncherLinux;

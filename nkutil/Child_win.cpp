@@ -67,9 +67,8 @@ int ChildWin::sweep() {
   const int active = activeProcesses();
   if (active == 0) return 0;
   if (fKilled == 0) fKilled = active;
-  const BOOL ended = systemCall(Call::Kill, FALSE, [this] {
-    return TerminateJobObject(fStarted.job.get(), kKilled);
-  });
+  const BOOL ended = systemCall(Call::Kill, FALSE,
+                                [this] { return TerminateJobObject(fStarted.job.get(), kKilled); });
   if (!ended) TerminateProcess(fStarted.process.get(), kKilled);
   return active;
 }
@@ -113,7 +112,9 @@ class LauncherWin : public ConsoleAppLauncher {
 
 }  // namespace
 
-std::unique_ptr<Child> makeChild() { return std::make_unique<ChildWin>(); }
+std::unique_ptr<Child> makeChild() {
+  return std::make_unique<ChildWin>();
+}
 
 ConsoleAppLauncher& systemLauncher() {
   static LauncherWin& launcher = *new LauncherWin;

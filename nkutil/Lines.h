@@ -25,8 +25,8 @@ enum class Stream { Out, Err };
 /// One line of a stream, its bytes as they came: a CR before the line end stays.
 struct Line {
   Stream stream = Stream::Out;
-  Time time{};         ///< when its line end was read (the last byte where there is none), to 0.1 ms
-  bool ended = false;  ///< a line end (LF) followed; it is not part of `text`
+  Time time{};  ///< when its line end was read (the last byte where there is none), to 0.1 ms
+  bool ended = false;               ///< a line end (LF) followed; it is not part of `text`
   std::uint64_t droppedBefore = 0;  ///< bytes lost to the cap just before this text
   std::string text;
 };
@@ -127,8 +127,8 @@ class Channel {
  private:
   struct Side {
     explicit Side(std::size_t cap) : shared(cap), taken(cap) {}
-    Buffer shared;  ///< under fMutex
-    Buffer taken;   ///< the taking thread's alone
+    Buffer shared;        ///< under fMutex
+    Buffer taken;         ///< the taking thread's alone
     bool closed = false;  ///< under fMutex
   };
   bool takeTakenLine(Line& line);

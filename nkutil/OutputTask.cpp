@@ -95,12 +95,20 @@ void OutputTask::endWhenDry() {
   if (fState) fState->reader.endWhenDry();
 }
 
-std::uint32_t OutputTask::threadNumber() const { return fState ? fState->thread.load() : 0; }
+std::uint32_t OutputTask::threadNumber() const {
+  return fState ? fState->thread.load() : 0;
+}
 
-std::uint64_t OutputTask::bytesRead() const { return fState ? fState->bytesRead.load() : 0; }
+std::uint64_t OutputTask::bytesRead() const {
+  return fState ? fState->bytesRead.load() : 0;
+}
 
-int OutputTask::error() const { return fState ? fState->reader.error() : 0; }
+int OutputTask::error() const {
+  return fState ? fState->reader.error() : 0;
+}
 
-bool OutputTask::finished() const { return !fState || fState->finished; }
+bool OutputTask::finished() const {
+  return !fState || fState->finished;
+}
 
 }  // namespace nkutil

@@ -14,11 +14,11 @@ namespace nkutil {
 
 /// What became of a read or a write.
 enum class Transfer {
-  Done,      ///< bytes were moved
-  Closed,    ///< the stream is at its end; nobody reads any more
-  Timeout,   ///< the deadline came first
-  Ended,     ///< end() was called
-  Failed,    ///< the system refused; the object has its code
+  Done,     ///< bytes were moved
+  Closed,   ///< the stream is at its end; nobody reads any more
+  Timeout,  ///< the deadline came first
+  Ended,    ///< end() was called
+  Failed,   ///< the system refused; the object has its code
 };
 
 /// The reading end of a pipe. One thread reads; end() and endWhenDry() may be called by any other

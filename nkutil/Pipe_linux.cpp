@@ -137,8 +137,8 @@ Transfer Reader::read(char* data, std::size_t size, Time deadline, std::size_t& 
     const Transfer ready = fState->wait(deadline);
     if (ready != Transfer::Done) return ready;
     if (fState->dry() && fState->dryRead >= kLargestPipe) return Transfer::Ended;
-    const ssize_t count = systemCall(Call::Read, ssize_t{-1},
-                                     [&] { return ::read(fState->get(), data, size); });
+    const ssize_t count =
+        systemCall(Call::Read, ssize_t{-1}, [&] { return ::read(fState->get(), data, size); });
     if (count == 0) return Transfer::Closed;
     if (count < 0 && errno != EINTR && errno != EAGAIN) return fState->fail();
     if (count <= 0) continue;
@@ -151,9 +151,15 @@ Transfer Reader::read(char* data, std::size_t size, Time deadline, std::size_t& 
   }
 }
 
-void Reader::end() { fState->end(); }
-void Reader::endWhenDry() { fState->endWhenDry(); }
-int Reader::error() const { return fState->error(); }
+void Reader::end() {
+  fState->end();
+}
+void Reader::endWhenDry() {
+  fState->endWhenDry();
+}
+int Reader::error() const {
+  return fState->error();
+}
 
 namespace {
 
@@ -213,7 +219,11 @@ Transfer Writer::write(std::string_view bytes, Time deadline) {
   return Transfer::Done;
 }
 
-void Writer::end() { fState->end(); }
-int Writer::error() const { return fState->error(); }
+void Writer::end() {
+  fState->end();
+}
+int Writer::error() const {
+  return fState->error();
+}
 
 }  // namespace nkutil

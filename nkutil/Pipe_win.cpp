@@ -35,9 +35,9 @@ DWORD millisecondsUntil(Time deadline) {
 /// after a wait has ended.
 class Overlapped {
  public:
-  explicit Overlapped(Handle handle)
-      : fHandle(std::move(handle)), fDone(makeEvent()), fWake(makeEvent()) {
-    if (!fDone || !fWake) fError = systemError();
+  explicit Overlapped(Handle handle) : fHandle(std::move(handle)), fDone(makeEvent()) {
+    if (fDone) fWake = makeEvent();
+    if (!fWake) fError = systemError();
   }
   ~Overlapped() { cancel(); }
   Overlapped(const Overlapped&) = delete;
@@ -125,17 +125,16 @@ bool makePipe(PipeFor ours, Handle& ourEnd, Handle& childEnd, int& error) {
   std::swprintf(name, std::size(name), L"\\\\.\\pipe\\nkutil.%lu.%u.%llx", GetCurrentProcessId(),
                 pipes++, static_cast<unsigned long long>(Clock::now().time_since_epoch().count()));
   const bool reading = ours == PipeFor::Reading;
-  const DWORD mode = (reading ? PIPE_ACCESS_INBOUND : PIPE_ACCESS_OUTBOUND) |
-                     FILE_FLAG_OVERLAPPED | FILE_FLAG_FIRST_PIPE_INSTANCE;
+  const DWORD mode = (reading ? PIPE_ACCESS_INBOUND : PIPE_ACCESS_OUTBOUND) | FILE_FLAG_OVERLAPPED |
+                     FILE_FLAG_FIRST_PIPE_INSTANCE;
   ourEnd = owned(systemCall(Call::Pipe, INVALID_HANDLE_VALUE, [&] {
-    return CreateNamedPipeW(name, mode,
-                            PIPE_TYPE_BYTE | PIPE_READMODE_BYTE | PIPE_WAIT |
-                                PIPE_REJECT_REMOTE_CLIENTS,
-                            1, kPipeSize, kPipeSize, 0, nullptr);
+    return CreateNamedPipeW(
+        name, mode, PIPE_TYPE_BYTE | PIPE_READMODE_BYTE | PIPE_WAIT | PIPE_REJECT_REMOTE_CLIENTS, 1,
+        kPipeSize, kPipeSize, 0, nullptr);
   }));
   if (ourEnd) {
-    const DWORD access = reading ? GENERIC_WRITE | FILE_READ_ATTRIBUTES
-                                 : GENERIC_READ | FILE_WRITE_ATTRIBUTES;
+    const DWORD access =
+        reading ? GENERIC_WRITE | FILE_READ_ATTRIBUTES : GENERIC_READ | FILE_WRITE_ATTRIBUTES;
     childEnd = owned(systemCall(Call::Pipe, INVALID_HANDLE_VALUE, [&] {
       return CreateFileW(name, access, 0, nullptr, OPEN_EXISTING, 0, nullptr);
     }));
@@ -189,9 +188,15 @@ Transfer Reader::read(char* data, std::size_t size, Time deadline, std::size_t& 
   return Transfer::Done;
 }
 
-void Reader::end() { fState->pipe.end(); }
-void Reader::endWhenDry() { fState->pipe.endWhenDry(); }
-int Reader::error() const { return fState->pipe.error(); }
+void Reader::end() {
+  fState->pipe.end();
+}
+void Reader::endWhenDry() {
+  fState->pipe.endWhenDry();
+}
+int Reader::error() const {
+  return fState->pipe.error();
+}
 
 struct Writer::State {
   explicit State(Handle handle) : pipe(std::move(handle)) {}
@@ -223,7 +228,11 @@ Transfer Writer::write(std::string_view bytes, Time deadline) {
   return Transfer::Done;
 }
 
-void Writer::end() { fState->pipe.end(); }
-int Writer::error() const { return fState->pipe.error(); }
+void Writer::end() {
+  fState->pipe.end();
+}
+int Writer::error() const {
+  return fState->pipe.error();
+}
 
 }  // namespace nkutil

@@ -14,8 +14,7 @@ constexpr std::uint32_t kKillSignal = 9;
 
 class ScriptedApp : public ConsoleApp {
  public:
-  ScriptedApp(ScriptedLauncher& launcher, const Command& command, Script script,
-              std::size_t launch)
+  ScriptedApp(ScriptedLauncher& launcher, const Command& command, Script script, std::size_t launch)
       : fLauncher(launcher),
         fCommand(command),
         fScript(std::move(script)),
@@ -39,9 +38,7 @@ class ScriptedApp : public ConsoleApp {
   int killedProcesses() const override { return fKilled; }
   Channel::Taken nextLine(Line& line, Time deadline) override;
   Buffer::Bytes takeBytes(Stream stream) override { return fChannel.takeBytes(stream); }
-  std::uint64_t bytesRead(Stream stream) const override {
-    return fRead[static_cast<int>(stream)];
-  }
+  std::uint64_t bytesRead(Stream stream) const override { return fRead[static_cast<int>(stream)]; }
   int readError(Stream /*stream*/) const override { return 0; }
   Transfer write(std::string_view bytes, Time deadline) override;
   void closeInput() override { fInputOpen = false; }
@@ -80,10 +77,10 @@ void ScriptedApp::begin() {
 /// When something happens next; kForever when nothing does.
 Time ScriptedApp::nextEvent() const {
   if (fLog.ended() || fLog.current() == AppState::Killing) return kForever;
-  if (fProcessEnd) return *fProcessEnd + (fScript.heldOpen ? fCommand.drainBudget : Milliseconds{0});
+  if (fProcessEnd)
+    return *fProcessEnd + (fScript.heldOpen ? fCommand.drainBudget : Milliseconds{0});
   Time next = fScript.endsAt ? at(*fScript.endsAt) : kForever;
-  if (fDelivered < fScript.output.size())
-    next = std::min(next, at(fScript.output[fDelivered].at));
+  if (fDelivered < fScript.output.size()) next = std::min(next, at(fScript.output[fDelivered].at));
   return std::min(next, fLog.runningDue());
 }
 
@@ -132,8 +129,7 @@ void ScriptedApp::closeStreams() {
 
 void ScriptedApp::end(Ending how, Time time) {
   fEnding = how;
-  const bool crashed =
-      how.kind == Ending::Kind::Signalled || how.kind == Ending::Kind::Exception;
+  const bool crashed = how.kind == Ending::Kind::Signalled || how.kind == Ending::Kind::Exception;
   fLog.enter(crashed ? AppState::Crashed : AppState::Finished, time);
 }
 
@@ -160,8 +156,7 @@ bool ScriptedApp::Kill(Milliseconds budget) {
   closeStreams();
   if (!ends) return false;
   fKilled = fProcessEnd ? 0 : 1;
-  end(fProcessEnd ? fScript.ending : Ending{Ending::Kind::Signalled, kKillSignal},
-      fLauncher.now());
+  end(fProcessEnd ? fScript.ending : Ending{Ending::Kind::Signalled, kKillSignal}, fLauncher.now());
   return true;
 }
 

@@ -35,10 +35,14 @@ enum Step : int {
   kExecute,
   kReport,
 };
-constexpr const char* kStepNames[] = {
-    "setsid", "set the parent-death signal", "start under a parent that has gone",
-    "set the standard streams", "close other descriptors", "enter the folder", "execve",
-    "hear of the start"};
+constexpr const char* kStepNames[] = {"setsid",
+                                      "set the parent-death signal",
+                                      "start under a parent that has gone",
+                                      "set the standard streams",
+                                      "close other descriptors",
+                                      "enter the folder",
+                                      "execve",
+                                      "hear of the start"};
 
 /// What a child that did not get as far as its program says.
 struct Failure {
@@ -74,8 +78,7 @@ int closeOthers() {
   if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return -1;
   constexpr rlim_t kMost = 1 << 20;
   const int end = static_cast<int>(limit.rlim_cur < kMost ? limit.rlim_cur : kMost);
-  for (int descriptor = 3; descriptor < end; ++descriptor)
-    fcntl(descriptor, F_SETFD, FD_CLOEXEC);
+  for (int descriptor = 3; descriptor < end; ++descriptor) fcntl(descriptor, F_SETFD, FD_CLOEXEC);
   return 0;
 }
 
@@ -103,8 +106,7 @@ int prepare(const Plan& plan) {
   for (int i = 0; i < 3; ++i)
     if (failed(Call::ChildStream, [&] { return setStream(plan.streams[i], i); })) return kStreams;
   if (failed(Call::CloseOthers, [] { return closeOthers(); })) return kOthers;
-  if (!plan.folder.empty() &&
-      failed(Call::Folder, [&] { return chdir(plan.folder.c_str()); }))
+  if (!plan.folder.empty() && failed(Call::Folder, [&] { return chdir(plan.folder.c_str()); }))
     return kFolder;
   restoreSignals();
   systemCall(Call::Execute, -1, [&] {
@@ -133,7 +135,9 @@ __attribute__((noinline)) pid_t startChild(const Plan& plan) {
 
 // ---- In the host.
 
-bool hasSeparator(const std::string& program) { return program.find('/') != std::string::npos; }
+bool hasSeparator(const std::string& program) {
+  return program.find('/') != std::string::npos;
+}
 
 /// 0 when the file is one that could be executed; else the error's code.
 int checkProgram(const std::string& path) {
@@ -177,7 +181,8 @@ std::vector<std::string> environmentOf(const Command& command, const Tree& tree)
   if (command.inheritEnvironment) {
     for (char** entry = environ; entry && *entry; ++entry) {
       const char* equals = std::strchr(*entry, '=');
-      if (equals) all.emplace(std::string(*entry, static_cast<std::size_t>(equals - *entry)), equals + 1);
+      if (equals)
+        all.emplace(std::string(*entry, static_cast<std::size_t>(equals - *entry)), equals + 1);
     }
   }
   for (const auto& [name, value] : command.environment) {
@@ -215,8 +220,8 @@ const std::string* cutOff(const Command& command) {
 
 LaunchError describe(const Failure& failure, const Plan& plan) {
   errno = failure.error;
-  LaunchError error = launchError(kStepNames[failure.step],
-                                  failure.step == kFolder ? plan.folder : plan.program);
+  LaunchError error =
+      launchError(kStepNames[failure.step], failure.step == kFolder ? plan.folder : plan.program);
   // The file is there, so it is another one that is missing.
   if (failure.step == kExecute && failure.error == ENOENT && checkProgram(plan.program) == 0)
     error.step = "execve (the program's interpreter or loader)";
@@ -231,9 +236,8 @@ std::optional<Failure> readFailure(int report, const Plan& plan) {
   // now may hold it open.
   if (plan.sharesMemory && poll(&written, 1, 0) == 0) return std::nullopt;
   for (;;) {
-    const ssize_t count = systemCall(Call::Read, ssize_t{-1}, [&] {
-      return ::read(report, &failure, sizeof failure);
-    });
+    const ssize_t count = systemCall(Call::Read, ssize_t{-1},
+                                     [&] { return ::read(report, &failure, sizeof failure); });
     if (count == sizeof failure) return failure;
     if (count >= 0) return std::nullopt;
     if (errno != EINTR) return Failure{kReport, errno};

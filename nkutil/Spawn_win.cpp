@@ -61,7 +61,8 @@ std::wstring search(const std::wstring& name) {
 
 std::wstring fullPath(const std::wstring& path) {
   std::wstring full(32768, L'\0');
-  full.resize(GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr));
+  full.resize(
+      GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr));
   if (full.size() < kLongPath || full.compare(0, 2, L"\\\\") == 0) return full;
   return L"\\\\?\\" + full;
 }
@@ -79,9 +80,8 @@ bool findProgram(const Command& command, Plan& plan, LaunchError& error) {
     return fail("find the program", ERROR_INVALID_NAME, command.program, error);
   plan.program = isWord(*name) ? search(*name) : fullPath(*name);
   if (plan.program.empty()) return fail("find the program", command.program, error);
-  DWORD attributes = systemCall(Call::FindProgram, INVALID_FILE_ATTRIBUTES, [&] {
-    return GetFileAttributesW(plan.program.c_str());
-  });
+  DWORD attributes = systemCall(Call::FindProgram, INVALID_FILE_ATTRIBUTES,
+                                [&] { return GetFileAttributesW(plan.program.c_str()); });
   if (attributes == INVALID_FILE_ATTRIBUTES && GetLastError() == ERROR_FILE_NOT_FOUND) {
     attributes = GetFileAttributesW((plan.program + L".exe").c_str());
     if (attributes != INVALID_FILE_ATTRIBUTES) plan.program += L".exe";
@@ -92,8 +92,8 @@ bool findProgram(const Command& command, Plan& plan, LaunchError& error) {
     return fail("find the program (it is a folder)", ERROR_ACCESS_DENIED, command.program, error);
   // Its interpreter splits the line by rules of its own, and would run what stands in an argument.
   if (endsWith(plan.program, L".bat") || endsWith(plan.program, L".cmd"))
-    return fail("start a batch file (start cmd.exe for it)", ERROR_BAD_EXE_FORMAT,
-                command.program, error);
+    return fail("start a batch file (start cmd.exe for it)", ERROR_BAD_EXE_FORMAT, command.program,
+                error);
   return true;
 }
 
@@ -125,8 +125,7 @@ bool makeEnvironment(const Command& command, Plan& plan, LaunchError& error) {
       const std::wstring text = entry;
       // The first character may be an equals sign: the folders of drives are kept so.
       const std::size_t equals = text.find(L'=', 1);
-      if (equals != std::wstring::npos)
-        all[text.substr(0, equals)] = text.substr(equals + 1);
+      if (equals != std::wstring::npos) all[text.substr(0, equals)] = text.substr(equals + 1);
     }
     FreeEnvironmentStringsW(block);
   }
@@ -134,8 +133,8 @@ bool makeEnvironment(const Command& command, Plan& plan, LaunchError& error) {
     const auto wideName = toWide(name);
     const auto wideValue = toWide(value.value_or(""));
     if (!wideName || !wideValue || (*wideName + *wideValue).find(L'\0') != std::wstring::npos)
-      return fail("pass an environment that is not UTF-8", ERROR_INVALID_PARAMETER,
-                  command.program, error);
+      return fail("pass an environment that is not UTF-8", ERROR_INVALID_PARAMETER, command.program,
+                  error);
     if (value)
       all[*wideName] = *wideValue;
     else
@@ -158,8 +157,7 @@ bool makePlan(const Command& command, Plan& plan, LaunchError& error) {
       plan.folder.empty() ? 0 : systemCall(Call::Folder, INVALID_FILE_ATTRIBUTES, [&] {
         return GetFileAttributesW(plan.folder.c_str());
       });
-  if (attributes == INVALID_FILE_ATTRIBUTES)
-    return fail("enter the folder", command.folder, error);
+  if (attributes == INVALID_FILE_ATTRIBUTES) return fail("enter the folder", command.folder, error);
   return true;
 }
 
@@ -253,8 +251,7 @@ bool create(const Plan& plan, const Inherited& inherited, Attributes& attributes
 bool putInJob(HANDLE process, HANDLE job) {
   BOOL isIn = FALSE;
   if (IsProcessInJob(process, job, &isIn) && isIn) return true;
-  return systemCall(Call::AssignJob, FALSE,
-                    [&] { return AssignProcessToJobObject(job, process); });
+  return systemCall(Call::AssignJob, FALSE, [&] { return AssignProcessToJobObject(job, process); });
 }
 
 const char* startIn(const Plan& plan, Inherited& inherited, Spawned& spawned) {
@@ -301,8 +298,8 @@ bool spawn(const Command& command, const ChildStreams& streams, Spawned& spawned
            LaunchError& error) {
   Plan plan;
   if (!makePlan(command, plan, error)) return false;
-  spawned.job.reset(systemCall(Call::Job, HANDLE{nullptr},
-                               [] { return CreateJobObjectW(nullptr, nullptr); }));
+  spawned.job.reset(
+      systemCall(Call::Job, HANDLE{nullptr}, [] { return CreateJobObjectW(nullptr, nullptr); }));
   if (!spawned.job || !limitJob(spawned.job.get(), true))
     return fail("make a job object", command.program, error);
   Inherited inherited;

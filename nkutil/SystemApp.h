@@ -56,7 +56,7 @@ class AppCore : public std::enable_shared_from_this<AppCore> {
   std::optional<LaunchError> fError;
   bool fLaunchOver = false;
   bool fAbandoned = false;  ///< nobody waits for the launch any more
-  Handle fReading[2];  ///< our ends, until their threads have them
+  Handle fReading[2];       ///< our ends, until their threads have them
   std::condition_variable fStreamsChanged;
   bool fReadingStarted = false;
   bool fStreamDone[2] = {true, true};

@@ -65,7 +65,9 @@ struct PathText {
   }
 };
 
-bool isAlive(char state) { return state != 'Z' && state != 'X' && state != 'x'; }
+bool isAlive(char state) {
+  return state != 'Z' && state != 'X' && state != 'x';
+}
 
 }  // namespace
 
@@ -137,8 +139,7 @@ bool Tree::hasMark(pid_t pid) const {
   const std::string name = '\0' + std::string(kMarkVariable) + "=";
   const std::size_t begin = ('\0' + all).find(name);
   if (begin == std::string::npos) return false;
-  const std::string value =
-      std::string(all.c_str() + begin + name.size() - 1) + ":";
+  const std::string value = std::string(all.c_str() + begin + name.size() - 1) + ":";
   return (":" + value).find(":" + fMark + ":") != std::string::npos;
 }
 
@@ -149,12 +150,12 @@ std::vector<Tree::Process> Tree::members() const {
   // With nobody left who keeps the session's number from being given out again, it is ours only
   // while no process has that number.
   const bool sessionIsOurs =
-      !fLeaderless || std::none_of(rest.begin(), rest.end(),
-                                   [this](const Process& p) { return p.pid == fLeader; });
+      !fLeaderless ||
+      std::none_of(rest.begin(), rest.end(), [this](const Process& p) { return p.pid == fLeader; });
   std::vector<Process> found;
   const auto collect = [&](auto belongs) {
-    const auto others = std::partition(rest.begin(), rest.end(),
-                                       [&](const Process& p) { return !belongs(p); });
+    const auto others =
+        std::partition(rest.begin(), rest.end(), [&](const Process& p) { return !belongs(p); });
     const bool any = others != rest.end();
     found.insert(found.end(), others, rest.end());
     rest.erase(others, rest.end());

@@ -14,7 +14,13 @@ using std::chrono::milliseconds;
 std::atomic<int> callsLeft{0};
 std::atomic<int> faultCode{0};
 
-int failOne(Call) { return callsLeft.fetch_sub(1) == 1 ? faultCode.load() : 0; }
+std::atomic<int> failedCall{-1};
+
+int failOne(Call call) {
+  if (callsLeft.fetch_sub(1) != 1) return 0;
+  failedCall = static_cast<int>(call);
+  return faultCode;
+}
 
 /// A clear error, or the right answer.
 void runToItsEnd() {
@@ -55,13 +61,15 @@ TEST_P(FaultTest, EachCallFailingOnceLeavesNothing) {
     for (int n = 1;; ++n) {
       const Leftovers before = countLeftovers();
       faultCode = GetParam();
+      const testing::ScopedTrace trace(__FILE__, __LINE__, "call " + std::to_string(n));
       callsLeft = n;
       setCallFault(failOne);
       scenario();
       setCallFault(nullptr);
-      expectNothingLeft(before, "call " + std::to_string(n));
+      expectNothingLeft(before, "a failed call");
       ASSERT_LT(n, 3000);
-      if (callsLeft >= 1 || HasFailure()) break;
+      ASSERT_FALSE(HasFailure()) << "of kind " << failedCall;
+      if (callsLeft >= 1) break;
     }
   }
 }

@@ -10,7 +10,9 @@ namespace {
 
 using std::chrono::milliseconds;
 
-Time at(int ms) { return Time{} + milliseconds(ms); }
+Time at(int ms) {
+  return Time{} + milliseconds(ms);
+}
 
 std::vector<std::string> linesOf(Buffer& buffer) {
   std::vector<std::string> all;
@@ -28,12 +30,11 @@ TEST(Buffer, LinesOverPiecesAndDrops) {
     Texts pieces;
     Texts lines;
   };
-  for (const Row& row : {Row{100, {"a\nb", "c\r", "\n\n", "d"}, {"a|", "bc\r|", "|", "d"}},
-                         Row{8, {"abcd1234"}, {"abcd1234"}},
-                         Row{8, {"abcd1234xy\nz"}, {"abcd", "[4]xy|", "z"}},
-                         Row{8, {"a\nb\n", "11\n", "22\n", "33\n"}, {"a|", "b|", "[5]|", "33|"}},
-                         Row{8, {"abcdefgh", "ijklmnop"}, {"abcd", "[8]mnop"}},
-                         Row{2, {"abc"}, {"a", "[1]c"}}}) {
+  for (const Row& row :
+       {Row{100, {"a\nb", "c\r", "\n\n", "d"}, {"a|", "bc\r|", "|", "d"}},
+        Row{8, {"abcd1234"}, {"abcd1234"}}, Row{8, {"abcd1234xy\nz"}, {"abcd", "[4]xy|", "z"}},
+        Row{8, {"a\nb\n", "11\n", "22\n", "33\n"}, {"a|", "b|", "[5]|", "33|"}},
+        Row{8, {"abcdefgh", "ijklmnop"}, {"abcd", "[8]mnop"}}, Row{2, {"abc"}, {"a", "[1]c"}}}) {
     Buffer buffer(row.cap);
     for (const std::string& piece : row.pieces) buffer.append(piece, at(0));
     Buffer moved(row.cap);
@@ -44,7 +45,8 @@ TEST(Buffer, LinesOverPiecesAndDrops) {
 
 TEST(Buffer, KeepsTheEndsAndCounts) {
   Buffer buffer(1 << 20);
-  for (int i = 0; i < 64; ++i) buffer.append(std::string(100000, static_cast<char>('0' + i)), at(0));
+  for (int i = 0; i < 64; ++i)
+    buffer.append(std::string(100000, static_cast<char>('0' + i)), at(0));
   const Buffer::Bytes all = buffer.takeBytes();
   EXPECT_EQ(all.text.size(), std::size_t{1} << 20);
   EXPECT_EQ(all.dropped, 6400000U - (1U << 20));
@@ -119,8 +121,9 @@ TEST(Names, OfEndsAndErrors) {
 }
 
 TEST(CommandLine, QuotesWhatNeedsIt) {
-  EXPECT_EQ(windowsCommandLine("C:\\a b\\c.exe", {"plain", "", "two words", "a\\", "a b\\", "\\\""}),
-            R"("C:\a b\c.exe" plain "" "two words" a\ "a b\\" "\\\"")");
+  EXPECT_EQ(
+      windowsCommandLine("C:\\a b\\c.exe", {"plain", "", "two words", "a\\", "a b\\", "\\\""}),
+      R"("C:\a b\c.exe" plain "" "two words" a\ "a b\\" "\\\"")");
 }
 
 }  // namespace

@@ -15,7 +15,9 @@ Command zoo(std::vector<std::string> arguments) {
   return command;
 }
 
-Time in(int ms) { return Clock::now() + milliseconds(ms); }
+Time in(int ms) {
+  return Clock::now() + milliseconds(ms);
+}
 
 RunResult run(const Command& command, Time deadline) {
   return nkutil::Run(systemLauncher(), command, deadline);
@@ -36,15 +38,16 @@ void expectNothingLeft(const Leftovers& before, const std::string& where) {
   EXPECT_LE(now.handles, before.handles) << where;
 }
 
-Metronome::Metronome() : fThread([this] {
-  constexpr milliseconds kBeat{2};
-  while (!fStop) {
-    const Time due = Clock::now() + kBeat;
-    std::this_thread::sleep_until(due);
-    const double late = millisecondsBetween(due, Clock::now());
-    if (late > fWorst) fWorst = late;
-  }
-}) {}
+Metronome::Metronome()
+    : fThread([this] {
+        constexpr milliseconds kBeat{2};
+        while (!fStop) {
+          const Time due = Clock::now() + kBeat;
+          std::this_thread::sleep_until(due);
+          const double late = millisecondsBetween(due, Clock::now());
+          if (late > fWorst) fWorst = late;
+        }
+      }) {}
 
 Metronome::~Metronome() {
   fStop = true;

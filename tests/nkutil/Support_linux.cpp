@@ -26,7 +26,9 @@ std::string ownPath() {
   return {path, static_cast<std::size_t>(size)};
 }
 
-void markRun() { setenv(kRunVariable, std::to_string(getpid()).c_str(), 0); }
+void markRun() {
+  setenv(kRunVariable, std::to_string(getpid()).c_str(), 0);
+}
 
 Leftovers countLeftovers() {
   Leftovers left;

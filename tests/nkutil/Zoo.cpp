@@ -31,7 +31,9 @@ void say(const std::string& text) {
   std::fflush(stdout);
 }
 
-void sleepOn() { zoo::sleepMs(60000); }
+void sleepOn() {
+  zoo::sleepMs(60000);
+}
 
 int copyInput() {
   for (int c = 0; (c = std::getchar()) != EOF;) std::putchar(c);
@@ -44,8 +46,7 @@ const std::map<std::string, std::function<int(const Arguments&)>> kModes = {
     {"say-then-sleep", [](const Arguments& a) { return say(a[0]), sleepOn(), 0; }},
     {"unfinished", [](const Arguments&) { return say("one\ntwo"), 0; }},
     {"zeros", [](const Arguments&) { return say(std::string("a\0b\n", 4)), 0; }},
-    {"cut-crlf",
-     [](const Arguments&) { return say("a\r"), zoo::sleepMs(60), say("\nb\r\n"), 0; }},
+    {"cut-crlf", [](const Arguments&) { return say("a\r"), zoo::sleepMs(60), say("\nb\r\n"), 0; }},
     {"one-long-line",
      [](const Arguments& a) {
        return say(std::string(static_cast<std::size_t>(std::atoi(a[0].c_str())), 'x') + "\n"), 0;
@@ -62,8 +63,7 @@ const std::map<std::string, std::function<int(const Arguments&)>> kModes = {
      }},
     {"copy", [](const Arguments&) { return copyInput(); }},
     {"print", [](const Arguments& a) { return flood(stdout, std::atol(a[0].c_str())), 0; }},
-    {"flood-errors",
-     [](const Arguments&) { return flood(stderr, 8), say("after\n"), 0; }},
+    {"flood-errors", [](const Arguments&) { return flood(stderr, 8), say("after\n"), 0; }},
     {"drip",
      [](const Arguments&) {
        for (;;) say("x"), zoo::sleepMs(1000);

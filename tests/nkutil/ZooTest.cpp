@@ -15,12 +15,18 @@ constexpr bool kWindows = true;
 constexpr bool kWindows = false;
 #endif
 
-Ending exited(std::uint32_t code) { return {Kind::Exited, code}; }
-Ending killed() { return {Kind::Signalled, 9}; }
+Ending exited(std::uint32_t code) {
+  return {Kind::Exited, code};
+}
+Ending killed() {
+  return {Kind::Signalled, 9};
+}
 Ending crashed(std::uint32_t signal, Ending onWindows) {
   return kWindows ? onWindows : Ending{Kind::Signalled, signal};
 }
-Ending exception(std::uint32_t code) { return {Kind::Exception, code}; }
+Ending exception(std::uint32_t code) {
+  return {Kind::Exception, code};
+}
 
 struct Row {
   std::vector<std::string> arguments;
@@ -55,6 +61,10 @@ const std::vector<Row> kZoo = {
     {{"print", kWindows ? "64" : "1024"}, kEnough, exited(0), (kWindows ? 64 : 1024) * kMiB},
     {{"unfinished"}, kEnough, exited(0), 7},
 };
+
+void PrintTo(const Row& row, std::ostream* out) {
+  *out << row.arguments[0];
+}
 
 class ZooTest : public testing::TestWithParam<Row> {};
 
@@ -120,8 +130,7 @@ TEST(ConsoleApp, LinesComeWithTheirTimes) {
 }
 
 TEST(ConsoleApp, BytesStayWhatTheyAre) {
-  EXPECT_EQ(run(zoo({"zeros"})).out.text,
-            std::string("a\0b\n", 4));
+  EXPECT_EQ(run(zoo({"zeros"})).out.text, std::string("a\0b\n", 4));
   Command command = zoo({"one-long-line", "67108864"});
   command.out.cap = std::size_t{256} << 20;
   LaunchError error;
@@ -187,10 +196,10 @@ TEST(Launch, FailuresSayWhatAndLeaveNothing) {
   };
   const std::string folder = ownPath().substr(0, ownPath().find_last_of("/\\"));
   const Leftovers before = countLeftovers();
-  for (const Bad& bad : {Bad{folder + "/nosuch", "", "find the program"},
-                         Bad{"nosuch-in-path", "", "find the program"},
-                         Bad{folder, "", "find the program"},
-                         Bad{zoo({}).program, folder + "/nosuch", "folder"}}) {
+  for (const Bad& bad :
+       {Bad{folder + "/nosuch", "", "find the program"},
+        Bad{"nosuch-in-path", "", "find the program"}, Bad{folder, "", "find the program"},
+        Bad{zoo({}).program, folder + "/nosuch", "folder"}}) {
     Command command = zoo({"exit", "0"});
     command.program = bad.program;
     command.folder = bad.folder;

@@ -74,14 +74,16 @@ TEST(LaunchLinux, FilesThatAreNoPrograms) {
     const char* part;
   };
   std::string foreign(64, '\0');
-  foreign.replace(0, 7, "\x7f" "ELF\x02\x01\x01");
+  foreign.replace(0, 7,
+                  "\x7f"
+                  "ELF\x02\x01\x01");
   foreign[16] = 2;
   foreign[18] = '\xF3';  // RISC-V
-  for (const File& file : {File{"text", "hello", 0644, EACCES, "find the program"},
-                           File{"noformat", "\x01\x02\x03", 0755, ENOEXEC, "execve"},
-                           File{"foreign", foreign, 0755, ENOEXEC, "execve"},
-                           File{"script", "#!/no/such/interpreter\n", 0755, ENOENT,
-                                "interpreter"}}) {
+  for (const File& file :
+       {File{"text", "hello", 0644, EACCES, "find the program"},
+        File{"noformat", "\x01\x02\x03", 0755, ENOEXEC, "execve"},
+        File{"foreign", foreign, 0755, ENOEXEC, "execve"},
+        File{"script", "#!/no/such/interpreter\n", 0755, ENOENT, "interpreter"}}) {
     const std::string path = std::string(folder) + "/" + file.name;
     std::ofstream(path) << file.text;
     chmod(path.c_str(), file.mode);
@@ -98,8 +100,8 @@ TEST(LaunchLinux, FilesThatAreNoPrograms) {
 }
 
 TEST(HostsLinux, AreLeftAsTheyWere) {
-  for (const char* mode : {"ignores-sigchld", "reaps-everything", "closed-streams",
-                           "many-descriptors", "untouched"})
+  for (const char* mode :
+       {"ignores-sigchld", "reaps-everything", "closed-streams", "many-descriptors", "untouched"})
     expectHost(mode);
 }
 

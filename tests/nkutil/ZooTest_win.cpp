@@ -17,8 +17,8 @@ namespace {
 using std::chrono::milliseconds;
 
 std::vector<std::string> randomArguments(std::mt19937& random) {
-  const std::vector<std::string> pieces = {"\"", "\\", " ", "\t", "a",  "*", "?",
-                                           "'",  "%", "^", "&",  "\xC3\xA4", "\n", ""};
+  const std::vector<std::string> pieces = {"\"", "\\", " ", "\t", "a",        "*",  "?",
+                                           "'",  "%",  "^", "&",  "\xC3\xA4", "\n", ""};
   std::vector<std::string> all(1 + random() % 5);
   for (std::string& each : all)
     for (auto i = random() % 8; i > 0; --i) each += pieces[random() % pieces.size()];
@@ -59,8 +59,7 @@ TEST(LaunchWin, ProgramOnALongPath) {
     folder += "\\" + std::string(50, 'd') + "\xC3\xA4";
   }
   const std::string copy = made.back() + "\\zoo.exe";
-  ASSERT_TRUE(
-      CopyFileW(toWide(zoo({}).program)->c_str(), toWide(copy)->c_str(), FALSE));
+  ASSERT_TRUE(CopyFileW(toWide(zoo({}).program)->c_str(), toWide(copy)->c_str(), FALSE));
   Command command = zoo({"say", "x"});
   command.program = copy.substr(4);
   ASSERT_GT(command.program.size(), 260U);
@@ -89,14 +88,16 @@ TEST(LaunchWin, SuspendedWhereTheJobListIsRefused) {
 TEST(LaunchWin, BatchFilesAreRefused) {
   Command command;
   command.program = ownPath() + ".bat";
-  const HANDLE file = CreateFileA(command.program.c_str(), GENERIC_WRITE, 0, nullptr,
-                                  CREATE_ALWAYS, 0, nullptr);
+  const HANDLE file =
+      CreateFileA(command.program.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
   CloseHandle(file);
   EXPECT_TRUE(run(command).error);
   DeleteFileA(command.program.c_str());
 }
 
-TEST(HostsWin, HostWithoutStandardHandles) { expectHost("has-no-streams"); }
+TEST(HostsWin, HostWithoutStandardHandles) {
+  expectHost("has-no-streams");
+}
 
 }  // namespace
 

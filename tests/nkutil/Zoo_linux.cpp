@@ -13,7 +13,9 @@
 
 namespace zoo {
 
-void begin() { prctl(PR_SET_DUMPABLE, 1); }
+void begin() {
+  prctl(PR_SET_DUMPABLE, 1);
+}
 
 int startSelf(const std::vector<std::string>& arguments, Apart apart) {
   const pid_t pid = fork();
@@ -27,7 +29,9 @@ int startSelf(const std::vector<std::string>& arguments, Apart apart) {
   _exit(2);
 }
 
-void sleepMs(int milliseconds) { usleep(static_cast<useconds_t>(milliseconds) * 1000); }
+void sleepMs(int milliseconds) {
+  usleep(static_cast<useconds_t>(milliseconds) * 1000);
+}
 
 void closeStreams() {
   for (const int descriptor : {0, 1, 2}) close(descriptor);
@@ -77,4 +81,6 @@ bool special(const std::string& mode, const std::vector<std::string>& arguments)
 
 }  // namespace zoo
 
-int main(int count, char** values) { return zoo::run({values, values + count}); }
+int main(int count, char** values) {
+  return zoo::run({values, values + count});
+}

@@ -12,9 +12,8 @@ namespace {
 
 std::string utf8(const wchar_t* text) {
   std::string narrow(std::wcslen(text) * 3 + 1, '\0');
-  narrow.resize(static_cast<std::size_t>(
-      WideCharToMultiByte(CP_UTF8, 0, text, -1, narrow.data(), static_cast<int>(narrow.size()),
-                          nullptr, nullptr)));
+  narrow.resize(static_cast<std::size_t>(WideCharToMultiByte(
+      CP_UTF8, 0, text, -1, narrow.data(), static_cast<int>(narrow.size()), nullptr, nullptr)));
   narrow.pop_back();
   return narrow;
 }
@@ -39,13 +38,17 @@ int startSelf(const std::vector<std::string>& arguments, Apart apart) {
   return static_cast<int>(made.dwProcessId);
 }
 
-void sleepMs(int milliseconds) { Sleep(static_cast<DWORD>(milliseconds)); }
+void sleepMs(int milliseconds) {
+  Sleep(static_cast<DWORD>(milliseconds));
+}
 
 void closeStreams() {
   for (const int descriptor : {0, 1, 2}) _close(descriptor);
 }
 
-void ignoreRequests() { SetConsoleCtrlHandler(nullptr, TRUE); }
+void ignoreRequests() {
+  SetConsoleCtrlHandler(nullptr, TRUE);
+}
 
 bool special(const std::string& mode, const std::vector<std::string>&) {
   if (mode == "segv") {
