@@ -2,7 +2,7 @@
 
 namespace nkutil {
 
-CallFault detail::callFault = nullptr;
+std::atomic<CallFault> detail::callFault{nullptr};
 
 void setCallFault(CallFault fault) {
   detail::callFault = fault;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -38,12 +39,12 @@ enum class Call {
 };
 
 /// Asked before each call: 0 lets it go ahead, else it fails with this code of the system. Null
-/// (the default) lets all go ahead. Set while no other thread is inside this library.
+/// (the default) lets all go ahead. Any thread.
 using CallFault = int (*)(Call);
 void setCallFault(CallFault fault);
 
 namespace detail {
-extern CallFault callFault;
+extern std::atomic<CallFault> callFault;
 }
 
 /// errno or GetLastError().
@@ -55,8 +56,8 @@ std::string systemErrorText(int error);
 /// What `call` returns, or `failure` with the system's error set where a fault is rehearsed.
 template <class Result, class Function>
 Result systemCall(Call which, Result failure, Function call) {
-  if (detail::callFault) {
-    if (const int error = detail::callFault(which)) {
+  if (const CallFault fault = detail::callFault) {
+    if (const int error = fault(which)) {
       setSystemError(error);
       return failure;
     }

@@ -35,12 +35,10 @@ void Channel::close(Stream stream) {
 
 bool Channel::takeTakenLine(Line& line) {
   // Looking for the earlier line costs a second search: only where both streams have something.
-  int first = 0;
-  if (fSides[0].taken.empty())
-    first = 1;
-  else if (!fSides[1].taken.empty() &&
-           fSides[1].taken.nextLineTime() < fSides[0].taken.nextLineTime())
-    first = 1;
+  Buffer& out = fSides[0].taken;
+  Buffer& err = fSides[1].taken;
+  const bool errFirst = out.empty() || (!err.empty() && err.nextLineTime() < out.nextLineTime());
+  const int first = errFirst ? 1 : 0;
   for (const int i : {first, 1 - first}) {
     line.stream = static_cast<Stream>(i);
     if (fSides[i].taken.takeLine(line)) return true;
