@@ -35,7 +35,7 @@ int checkUnknownEnd() {
   Command endless = zoo({"left-session"});
   endless.arguments = {"storm", "3"};
   endless.killBudget = milliseconds(20000);
-  const RunResult killed = run(endless, in(300));
+  const RunResult killed = run(endless, in(1500));
   return check(!ended.error && ended.ending.name() == "unknown" && !ended.timedOut, "the end") +
          check(killed.timedOut && !killed.stuck, "the kill") +
          check(countLeftovers().processes == 0, "processes are left");

@@ -46,7 +46,8 @@ TEST(ConsoleAppLinux, StoppedProcessIsEnded) {
   const Leftovers before = countLeftovers();
   Command command = zoo({"stop"});
   command.killBudget = milliseconds(20000);
-  const RunResult result = run(command, in(300));
+  const RunResult result = run(command, in(1500));
+  ASSERT_FALSE(result.error) << result.error->message();
   EXPECT_EQ(result.ending.name(), "SIGKILL");
   EXPECT_TRUE(result.timedOut);
   expectNothingLeft(before, "a stopped process");
