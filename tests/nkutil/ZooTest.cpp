@@ -53,7 +53,7 @@ const std::vector<Row> kZoo = {
     {{"ignore"}, kShort, killed(), 1, 1},
     {{"closed"}, kShort, killed(), 0, 1},
     {{"flood-errors"}, kEnough, exited(0), 6},
-    {{"drip"}, kShort, killed(), 1, 1},
+    {{"drip"}, kShort, killed(), 2, 1},
     {{"grandchild"}, kEnough, exited(0), 1, 1},
     {{"left-session"}, kEnough, exited(0), 1, 1},
     {{"storm", kWindows ? "20" : "200"}, kWindows ? 8000 : 2000, killed(), 1, 2},
