@@ -2,7 +2,7 @@
 
 #include <optional>
 
-#include "GPUSnifferApp.h"
+#include "app/GPUSnifferApp.h"
 
 /// Makes the process's application object, runs it over all arguments and destroys it with all that
 /// it holds: contexts, queues and logger. The exit code; 4 when an exception escaped the object.

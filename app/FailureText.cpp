@@ -1,8 +1,8 @@
-#include "FailureText.h"
+#include "app/FailureText.h"
 
 #include <exception>
 
-#include "core/Exceptions.h"
+#include "zor/core/Exceptions.h"
 
 namespace {
 

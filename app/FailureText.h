@@ -7,7 +7,7 @@
 std::string CurrentFailureText();
 
 /// The same as a piece of a diagnostic. It is made where it is streamed, so that the log's guard
-/// covers the making: SnifferLog{}("no context: ", CurrentFailure()).
+/// covers the making: Diagnostic{}("no context: ", CurrentFailure()).
 struct CurrentFailure {};
 inline std::ostream& operator<<(std::ostream& out, CurrentFailure) {
   return out << CurrentFailureText();

@@ -1,16 +1,24 @@
-#include "GPUSnifferApp.h"
+#include "app/GPUSnifferApp.h"
 
 #include <boost/make_shared.hpp>
+#include <cstdlib>
 #include <string>
 
-#include "FailureText.h"
-#include "GPUSnifferTester.h"
-#include "LogChannel.h"
-#include "Platform.h"
-#include "SnifferLog.h"
-#include "SnifferLogger.h"
+#include "app/FailureText.h"
+#include "app/GPUSnifferTester.h"
+#include "app/Platform.h"
+#include "gpu/HostSwitches.h"
+#include "log/Diagnostic.h"
+#include "log/LogChannel.h"
+#include "log/Loggers.h"
+#include "zor/ogl/Backend.h"
 
 namespace {
+
+bool IsDeviceWanted(const ZOR::OGL::DisplayDeviceKey& key) {
+  const std::string& name = key.deviceName.empty() ? key.deviceString : key.deviceName;
+  return hostSwitches().AdmitsPart(name, key.displayID);
+}
 
 // Made while there is memory.
 const std::string noMemory = "exception: std::bad_alloc";
@@ -18,7 +26,13 @@ const std::string noMemory = "exception: std::bad_alloc";
 }  // namespace
 
 GPUSnifferApp::GPUSnifferApp() = default;
-GPUSnifferApp::~GPUSnifferApp() = default;
+
+GPUSnifferApp::~GPUSnifferApp() {
+  // A driver may not survive the end of its contexts; a host wants to know that all was answered.
+  hostSwitches().Announce("release");
+  hostSwitches() = {};
+  ZOR::OGL::deviceFilter = nullptr;
+}
 
 void GPUSnifferApp::InitLogging() {
   initLogging(100);
@@ -77,6 +91,19 @@ int GPUSnifferApp::Run(ArgumentList& arguments) {
   return fExitCode;
 }
 
+void GPUSnifferApp::ReadHostSwitches() {
+  const auto variable = [](const char* name) {
+    const char* value = std::getenv(name);
+    return std::string(value ? value : "");
+  };
+  const std::string announce = variable("GPUPROBE_ANNOUNCE");
+  hostSwitches() = HostSwitches(variable("GPUPROBE_SKIP"), !announce.empty() && announce != "0",
+                                [this](const std::string& text) { DoComment(text); });
+  if (hostSwitches().Steer()) ZOR::OGL::deviceFilter = IsDeviceWanted;
+  for (const std::string& name : hostSwitches().UnknownNames())
+    DoStderr("GPUPROBE_SKIP: nothing is called " + name);
+}
+
 void GPUSnifferApp::RunUnguarded(ArgumentList& arguments) {
   InitLogging();
   if (!fLogger) fLogger = CreateLogger();
@@ -90,6 +117,7 @@ void GPUSnifferApp::RunUnguarded(ArgumentList& arguments) {
   ParseArgs(arguments);
   if (!arguments.empty()) throw UsageException();
 
+  ReadHostSwitches();
   // Only now is the last -verbose= known.
   channelLevel(gpuSnifferChannel) = fVerbose;
   const boost::shared_ptr<GPUSnifferTester> tester = GetTester();

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "GPUSnifferAppAndHost.h"
+#include "app/GPUSnifferAppAndHost.h"
 
 class GPUSnifferTester;
 class NKLogger;
@@ -87,6 +87,9 @@ class GPUSnifferApp : public GPUSnifferAppAndHost {
   /// All options but -help, in the order of the usage text.
   static const std::vector<Option>& Options();
 
+  /// Takes GPUPROBE_SKIP and GPUPROBE_ANNOUNCE from the environment; names that mean nothing are
+  /// told on standard error.
+  void ReadHostSwitches();
   /// Everything of Run that may throw.
   void RunUnguarded(ArgumentList& arguments);
 };

@@ -1,6 +1,6 @@
-#include "GPUTests.h"
+#include "app/GPUTests.h"
 
-#include "GPUSnifferTester.h"
+#include "app/GPUSnifferTester.h"
 
 void GLStringTest::run(GPUSnifferTester& tester, const TaggedGPU& gpu) const {
   tester.DoRunGLGetString(gpu.first, RecordOf<GLGPU>(gpu), fName, fEnumerant);

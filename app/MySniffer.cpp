@@ -1,8 +1,8 @@
-#include "MySniffer.h"
+#include "app/MySniffer.h"
 
 #include <boost/make_shared.hpp>
 
-#include "MyTester.h"
+#include "app/MyTester.h"
 
 MySniffer::~MySniffer() = default;
 

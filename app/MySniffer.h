@@ -1,6 +1,6 @@
 #pragma once
 
-#include "GPUSnifferApp.h"
+#include "app/GPUSnifferApp.h"
 
 /// The application as shipped: its tester is a MyTester.
 class MySniffer : public GPUSnifferApp {

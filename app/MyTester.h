@@ -1,6 +1,6 @@
 #pragma once
 
-#include "GPUSnifferTester.h"
+#include "app/GPUSnifferTester.h"
 
 /// The tester as shipped: names itself, asks every OpenGL GPU for capabilities by GL name, and
 /// every OpenCL GPU for its kernel time.

@@ -1,8 +1,8 @@
 #include <string>
 
-#include "GLDriverText.h"
-#include "Targets.h"
-#include "ogl/ExtensionManager.h"
+#include "fuzz/Targets.h"
+#include "linux/GLDriverText.h"
+#include "zor/ogl/ExtensionManager.h"
 
 int FuzzGLVersions(const uint8_t* data, size_t size) {
   const std::string text(reinterpret_cast<const char*>(data), size);

@@ -1,8 +1,8 @@
 #include <algorithm>
 #include <string>
 
-#include "PCINames.h"
-#include "Targets.h"
+#include "fuzz/Targets.h"
+#include "linux/PCINames.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 #include <string>
 
-#include "DRMAdapterDesc.h"
-#include "SysfsFile.h"
-#include "Targets.h"
+#include "fuzz/Targets.h"
+#include "linux/DRMAdapterDesc.h"
+#include "linux/SysfsFile.h"
 
 int FuzzSysfsNumbers(const uint8_t* data, size_t size) {
   const std::string text(reinterpret_cast<const char*>(data), size);

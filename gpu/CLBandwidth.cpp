@@ -2,8 +2,8 @@
 #include <array>
 #include <numeric>
 
-#include "CLMeasurement.h"
-#include "GPUImplHardware.h"
+#include "gpu/CLMeasurement.h"
+#include "gpu/GPUImplHardware.h"
 
 using namespace ZOR::OCL;
 
@@ -45,19 +45,19 @@ double GPUImplHardware::DoGetCLBandwidth() {
   constexpr char operation[] = "GPUImplHardware::DoGetCLBandwidth";
   const CLMeasurement measurement(clDevice, operation);
   const double result = checkBandwidthCL(measurement.context(), measurement.queue());
-  SnifferLog{}("bytesPerSecond=", result);
-  SnifferLog{}(operation, ": result=", result);
+  Diagnostic{}("bytesPerSecond=", result);
+  Diagnostic{}(operation, ": result=", result);
   return result;
 }
 
 double GPUImplHardware::checkBandwidthCL(const Context& context, const CommandQueue& queue) {
-  SnifferLog{}(kCheck, ": clCreateBuffer d_idata nbytes=", kBufferBytes);
+  Diagnostic{}(kCheck, ": clCreateBuffer d_idata nbytes=", kBufferBytes);
   const ScopedBuffer d_idata = createBuffer(context, CL_MEM_READ_ONLY);
-  SnifferLog{}(kCheck, ": clCreateBuffer d_odata nbytes=", kBufferBytes);
+  Diagnostic{}(kCheck, ": clCreateBuffer d_odata nbytes=", kBufferBytes);
   const ScopedBuffer d_odata = createBuffer(context, CL_MEM_WRITE_ONLY);
   CL().clFinish(queue.handle());
-  SnifferLog{}(kCheck, ": clFinish");
-  SnifferLog{}(kCheck, ": copy ", kMaximumCopies, " iterations");
+  Diagnostic{}(kCheck, ": clFinish");
+  Diagnostic{}(kCheck, ": copy ", kMaximumCopies, " iterations");
 
   CLCopyEvents events;
   double totalSeconds = 0.0;
@@ -65,19 +65,19 @@ double GPUImplHardware::checkBandwidthCL(const Context& context, const CommandQu
   for (unsigned count = 0; totalSeconds < kMaximumSeconds && count < kMaximumCopies;
        count += kCopiesPerBatch) {
     const double seconds = timeBandwidthCL(queue, d_idata.get(), d_odata.get(), events);
-    SnifferLog{}(kCheck, ": seconds=", seconds);
+    Diagnostic{}(kCheck, ": seconds=", seconds);
     if (!(seconds > 0)) continue;
     totalSeconds += seconds;
     const double BW = kBytesPerBatch / seconds;
     maxBW = std::max(maxBW, BW);
-    SnifferLog{}(kCheck, ": totalSeconds=", totalSeconds, ", BW=", BW, ", maxBW=", maxBW);
+    Diagnostic{}(kCheck, ": totalSeconds=", totalSeconds, ", BW=", BW, ", maxBW=", maxBW);
   }
 
   CL().clFinish(queue.handle());
-  SnifferLog{}(kCheck, ": clFinish");
-  SnifferLog{}(kCheck, ": releasing");
+  Diagnostic{}(kCheck, ": clFinish");
+  Diagnostic{}(kCheck, ": releasing");
   for (ScopedEvent& event : events) event.reset();
-  SnifferLog{}(kCheck, ": result=", maxBW);
+  Diagnostic{}(kCheck, ": result=", maxBW);
   return maxBW;
 }
 
@@ -92,7 +92,7 @@ double GPUImplHardware::timeBandwidthCL(const CommandQueue& queue, cl_mem source
     std::transform(events.begin(), events.end(), seconds.begin(),
                    [](const ScopedEvent& event) { return CLEventSeconds(event.get()); });
     totalSeconds = std::accumulate(seconds.begin(), seconds.end(), 0.0);
-    SnifferLog{}("GPUImplHardware::timeBandwidthCL", ": totalSeconds=", totalSeconds);
+    Diagnostic{}("GPUImplHardware::timeBandwidthCL", ": totalSeconds=", totalSeconds);
   } catch (...) {
     // The failed batch has been reported; the others may do.
   }

@@ -1,8 +1,8 @@
 #include <cstdlib>
 #include <vector>
 
-#include "CLMeasurement.h"
-#include "GPUImplHardware.h"
+#include "gpu/CLMeasurement.h"
+#include "gpu/GPUImplHardware.h"
 
 using namespace ZOR::OCL;
 
@@ -85,8 +85,8 @@ double GPUImplHardware::DoGetCLCompute() {
   constexpr char operation[] = "GPUImplHardware::DoGetCLCompute";
   const CLMeasurement measurement(clDevice, operation);
   const double t = MeasureCLCompute(measurement.context(), measurement.queue());
-  SnifferLog{}("timeForKernelExecution=", t);
-  SnifferLog{}(operation, ": result=", t);
+  Diagnostic{}("timeForKernelExecution=", t);
+  Diagnostic{}(operation, ": result=", t);
   return t;
 }
 
@@ -100,6 +100,6 @@ double GPUImplHardware::MeasureCLCompute(const Context& context, const CommandQu
   const cl_event finished = event.get();
   RequireCLSuccess(CL().clWaitForEvents(1, &finished));
   const double t = CLEventSeconds(finished);
-  SnifferLog{}("GPUImplHardware::MeasureCLCompute", ": result=", t);
+  Diagnostic{}("GPUImplHardware::MeasureCLCompute", ": result=", t);
   return t;
 }

@@ -1,6 +1,6 @@
-#include "CLMeasurement.h"
+#include "gpu/CLMeasurement.h"
 
-#include "ReportFailure.h"
+#include "log/ReportFailure.h"
 
 using namespace ZOR::OCL;
 
@@ -8,12 +8,12 @@ namespace {
 
 Context createContext(const Device& device, const char* operation) {
   const ContextProperties properties(device.platform());
-  SnifferLog{}(operation, ": ZOR::OCL::Context context(properties, *iDev);");
+  Diagnostic{}(operation, ": ZOR::OCL::Context context(properties, *iDev);");
   return Context(properties, device, Context::NotifyCallback());
 }
 
 CommandQueue createQueue(const Context& context, const Device& device, const char* operation) {
-  SnifferLog{}(operation, ": ZOR::OCL::CommandQueue cq(context, *iDev, false, true);");
+  Diagnostic{}(operation, ": ZOR::OCL::CommandQueue cq(context, *iDev, false, true);");
   return CommandQueue(context, device, false, true);
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "SnifferLog.h"
-#include "ocl/CommandQueue.h"
+#include "log/Diagnostic.h"
+#include "zor/ocl/Objects.h"
 
 /// The OpenCL entry points.
 inline const ZOR::OCL::EntryPoints& CL() {

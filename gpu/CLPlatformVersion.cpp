@@ -1,4 +1,4 @@
-#include "CLPlatformVersion.h"
+#include "gpu/CLPlatformVersion.h"
 
 namespace {
 

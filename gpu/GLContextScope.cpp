@@ -1,12 +1,10 @@
-#include "GLContextScope.h"
+#include "gpu/GLContextScope.h"
 
-#include <boost/make_shared.hpp>
-
-#include "ReportFailure.h"
+#include "log/ReportFailure.h"
 
 GLContextScope::GLContextScope(const boost::shared_ptr<ZOR::OGL::Context>& context)
-    : fWrapper(boost::make_shared<ZOR::OGL::ScopedContextWrapper>(true)), fContext(context) {
-  fContext->makeCurrent();
+    : fWrapper(true) {
+  context->makeCurrent();
 }
 
 GLExtensionScope::GLExtensionScope(const boost::shared_ptr<ZOR::OGL::Context>& context)
@@ -17,4 +15,8 @@ GLExtensionScope::GLExtensionScope(const boost::shared_ptr<ZOR::OGL::Context>& c
 
 bool GLExtensionScope::isSupported(unsigned extension) const {
   return fExtensions && fExtensions->isSupported(extension);
+}
+
+bool GLExtensionScope::isListed(std::string_view name) const {
+  return fExtensions && fExtensions->isListed(name);
 }

@@ -1,10 +1,11 @@
 #pragma once
 
 #include <boost/shared_ptr.hpp>
+#include <string_view>
 
-#include "ogl/Context.h"
-#include "ogl/ExtensionManager.h"
-#include "ogl/ScopedContextWrapper.h"
+#include "zor/ogl/Context.h"
+#include "zor/ogl/ExtensionManager.h"
+#include "zor/ogl/ScopedContextWrapper.h"
 
 /// Makes a GPU's context current for the length of one question; the end of the scope puts the
 /// previous one back. Throws ZOR::LogicalException when the context can't be made current.
@@ -13,8 +14,7 @@ class GLContextScope {
   explicit GLContextScope(const boost::shared_ptr<ZOR::OGL::Context>& context);
 
  private:
-  boost::shared_ptr<ZOR::OGL::ScopedContextWrapper> fWrapper;
-  const boost::shared_ptr<ZOR::OGL::Context>& fContext;
+  ZOR::OGL::ScopedContextWrapper fWrapper;
 };
 
 /// The same for questions about extensions.
@@ -23,8 +23,11 @@ class GLExtensionScope : public GLContextScope {
   /// A missing extension set is reported, not thrown: the question goes on.
   explicit GLExtensionScope(const boost::shared_ptr<ZOR::OGL::Context>& context);
 
-  /// False for everything when the extension set is missing.
+  // False for everything when the extension set is missing.
+  /// By the report's number.
   bool isSupported(unsigned extension) const;
+  /// By the extension's own name.
+  bool isListed(std::string_view name) const;
 
  private:
   const ZOR::OGL::ExtensionManager* fExtensions;

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "GPUImpl.h"
+#include "gpu/GPUImpl.h"
 
 /// One GPU of the report. Holds no data: every question is one call on its implementation,
 /// uncached. A null implementation fails the assertion "px != 0".

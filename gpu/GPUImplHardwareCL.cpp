@@ -1,13 +1,14 @@
 #include <boost/make_shared.hpp>
+#include <sstream>
 
-#include "CLMeasurement.h"
-#include "CLPlatformVersion.h"
-#include "GPU.h"
-#include "GPUImplHardware.h"
-#include "Quoting.h"
-#include "ReportFailure.h"
-#include "ocl/Platform.h"
-#include "ocl/ReadText.h"
+#include "gpu/CLMeasurement.h"
+#include "gpu/CLPlatformVersion.h"
+#include "gpu/GPU.h"
+#include "gpu/GPUImplHardware.h"
+#include "gpu/HostSwitches.h"
+#include "log/Quoting.h"
+#include "log/ReportFailure.h"
+#include "zor/ocl/Objects.h"
 
 using namespace ZOR::OCL;
 
@@ -26,10 +27,7 @@ cl_int deviceInfo(const Device& device, cl_device_info property, size_t size, vo
 /// A failing driver ends the question with its own failure text.
 std::string deviceText(const Device& device, cl_device_info property, const char* failureText) {
   std::string text;
-  const auto query = [&](size_t size, void* value, size_t* sizeNeeded) {
-    return deviceInfo(device, property, size, value, sizeNeeded);
-  };
-  if (ReadText(query, text) != CL_SUCCESS) FailRequirement(failureText);
+  if (device.getText(property, text) != CL_SUCCESS) FailRequirement(failureText);
   return cutAtNul(text);
 }
 
@@ -39,6 +37,14 @@ std::string nameOf(const Platform& platform) {
   } catch (const ZOR::LogicalException&) {
     return "?";
   }
+}
+
+/// The name is one more call of the driver, so it is asked for only where a host steers the run.
+bool isWanted(const Platform& platform) {
+  if (!hostSwitches().Steer()) return true;
+  std::ostringstream identity;
+  identity << platform.handle();
+  return hostSwitches().AdmitsPart(nameOf(platform), identity.str());
 }
 
 /// A driver that can't list its devices, for want of its kernel module for example, costs its own
@@ -64,8 +70,10 @@ boost::shared_ptr<GPU> makeCLGPU(const Device& device) {
 
 GPUList GPUImplHardware::DoGetCLGPUs() {
   GPUList gpus;
-  for (const Platform& platform : platforms())
+  for (const Platform& platform : platforms()) {
+    if (!isWanted(platform)) continue;
     for (const Device& device : gpusOf(platform)) gpus.push_back(makeCLGPU(device));
+  }
   return gpus;
 }
 

@@ -1,12 +1,11 @@
 #include <stdexcept>
 
-#include "FramebufferTest.h"
-#include "GLContextScope.h"
-#include "GLSLTest.h"
-#include "GPUImplHardware.h"
-#include "ReportFailure.h"
-#include "SnifferLog.h"
-#include "ogl/OpenGLInterceptor.h"
+#include "gpu/GLChecks.h"
+#include "gpu/GLContextScope.h"
+#include "gpu/GPUImplHardware.h"
+#include "log/Diagnostic.h"
+#include "log/ReportFailure.h"
+#include "zor/ogl/OpenGLInterceptor.h"
 
 using ZOR::OGL::OpenGLInterceptor;
 
@@ -30,7 +29,7 @@ template <class... Pieces>
 void requireNoGLError(const OpenGLInterceptor& gl, const Pieces&... question) {
   const GLenum glStatus = gl.glGetError(ZOR_HERE);
   if (glStatus == GL_NO_ERROR) return;
-  SnifferLog{}(question..., ": glGetError() returns ", glStatus);
+  Diagnostic{}(question..., ": glGetError() returns ", glStatus);
   FailRequirement("Failed requirement: glStatus == GL_NO_ERROR");
 }
 
@@ -72,7 +71,7 @@ bool GPUImplHardware::DoCompileProgramGLSL() {
     CompileAndLinkTestProgram();
     return true;
   } catch (const ZOR::ExceptionBase& e) {
-    SnifferLog{}("DoCompileProgramGLSL:", e.what());
+    Diagnostic{}("DoCompileProgramGLSL:", e.what());
     return false;
   } catch (...) {
     return false;

@@ -1,7 +1,7 @@
-#include "WideText.h"
+#include "gpu/WideText.h"
 
-#include "Quoting.h"
-#include "core/EscapedAscii.h"
+#include "log/Quoting.h"
+#include "zor/core/EscapedAscii.h"
 
 std::string WideToEscapedAscii(const wchar_t* text) {
   return ZOR::Core::EscapedAscii(text);

@@ -22,8 +22,8 @@
 #include <tuple>
 #include <type_traits>
 
-#include "Layer.h"
-#include "ocl/EntryPoints.h"
+#include "layers/Layer.h"
+#include "zor/ocl/Library.h"
 
 namespace {
 

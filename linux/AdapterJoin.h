@@ -6,17 +6,28 @@
 
 class DRMData;
 
-/// One GPU: a display device that gives a context, and the adapter it draws on.
-struct AdapterJoin {
-  size_t device;           // index of the display device
-  const DRMData* adapter;  // null when the device names no node that the adapters have
+/// A display device that gives a hardware context.
+struct JoinDevice {
+  std::string name;
+  bool nvidia = false;  // its driver is NVIDIA's own
 };
 
-/// Joins display devices to adapters by DRM node, and by nothing else: equal cards stay two. Of
-/// several devices of one adapter the first counts. In the order of the adapters; devices without
-/// one follow in their own. Logs each join and each device left out.
-std::vector<AdapterJoin> JoinByNode(const std::vector<std::string>& deviceNames,
-                                    const std::vector<DRMData>& adapters);
+/// One GPU: a display device, and the adapter it draws on.
+struct AdapterJoin {
+  size_t device;           // index of the display device
+  const DRMData* adapter;  // null when nothing says which
+};
+
+/// Whether JoinDevices can make use of adapters that have no node.
+bool NeedsAdaptersWithoutNodes(const std::vector<JoinDevice>& devices);
+
+/// Joins display devices to adapters by DRM node, never by name: equal cards stay two. NVIDIA's
+/// driver names no node to those who may not open it, and without its DRM module there is none:
+/// such a device belongs to the one adapter of that driver that is left over, if it is one and the
+/// device is the only such. Of several devices of one adapter the first counts. In the order of the
+/// adapters; devices without one follow in their own. Logs each join and each device left out.
+std::vector<AdapterJoin> JoinDevices(const std::vector<JoinDevice>& devices,
+                                     const std::vector<DRMData>& adapters);
 
 /// The node of a device name, "card0" of "/dev/dri/card0"; empty for any other.
 std::string NodeOfDeviceName(const std::string& deviceName);

@@ -1,4 +1,4 @@
-#include "DRMAdapterDesc.h"
+#include "linux/DRMAdapterDesc.h"
 
 #include <unistd.h>
 
@@ -8,8 +8,8 @@
 #include <optional>
 #include <sstream>
 
-#include "AdapterMemory.h"
-#include "SysfsFile.h"
+#include "gpu/AdapterMemory.h"
+#include "linux/SysfsFile.h"
 
 using std::filesystem::path;
 
@@ -52,12 +52,18 @@ bool onRootBus(const std::string& address) {
   return colon != std::string::npos && address.compare(colon + 1, 3, "00:") == 0;
 }
 
-/// Behind a bridge, the largest prefetchable window of these makers' cards leads to video memory.
-/// On the root bus sit integrated parts, whose window leads to the system's.
-bool showsOwnMemory(const DRMAdapterDesc& desc) {
-  return !onRootBus(desc.address) &&
-         (desc.vendorID == kVendorAMD || desc.vendorID == kVendorIntel ||
-          desc.vendorID == kVendorNVIDIA);
+/// The card's window onto memory of its own, by the text of its "resource" file. Behind a bridge
+/// the largest prefetchable window of these makers' cards leads there. On the root bus sit
+/// integrated parts with a window onto the system's memory, and, in a virtual machine, cards that
+/// were passed to it: more than a processor's graphics ever had tells those.
+uint64_t findOwnMemoryWindow(const DRMAdapterDesc& desc, std::string_view resource) {
+  constexpr uint64_t kMaxIntegrated = uint64_t{4} << 30;
+  const uint64_t window = LargestPrefetchableWindow(resource);
+  return !onRootBus(desc.address) || window > kMaxIntegrated ? window : 0;
+}
+
+bool hasKnownWindows(uint32_t vendorID) {
+  return vendorID == kVendorAMD || vendorID == kVendorIntel || vendorID == kVendorNVIDIA;
 }
 
 void readPCI(const path& folder, DRMAdapterDesc& desc) {
@@ -71,18 +77,36 @@ void readPCI(const path& folder, DRMAdapterDesc& desc) {
 }
 
 void readMemory(const path& folder, const path& pciFolder, DRMAdapterDesc& desc) {
-  // amdgpu powers the card up to answer these.
+  // Linux 6.1's amdgpu prints stored numbers, but nothing promises that a driver won't power the
+  // card up to answer.
   if (!desc.asleep) {
     desc.dedicatedVideo = ReadSysfsNumber(folder / "mem_info_vram_total", kMaxMemory).value_or(0);
     desc.sharedSystem = ReadSysfsNumber(folder / "mem_info_gtt_total", kMaxMemory).value_or(0);
   }
-  if (desc.dedicatedVideo == 0 && showsOwnMemory(desc))
+  if (desc.dedicatedVideo == 0 && hasKnownWindows(desc.vendorID))
     desc.ownMemoryWindow =
-        LargestPrefetchableWindow(ReadSysfsText(pciFolder / "resource").value_or(""));
+        findOwnMemoryWindow(desc, ReadSysfsText(pciFolder / "resource").value_or(""));
 }
 
-void readDriver(const path& root, const path& folder, DRMAdapterDesc& desc) {
+/// On Linux 6.1, other than on 5.10, a virtio GPU's DRM device belongs to the PCI device, whose
+/// driver only carries messages for the virtio device below. That one's folder.
+path findVirtioFolder(const path& folder) {
+  std::error_code error;
+  for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
+       entry.increment(error))
+    if (entry->path().filename().native().compare(0, 6, "virtio") == 0 &&
+        isThere(entry->path() / "driver"))
+      return entry->path();
+  return folder;
+}
+
+void readDriver(const path& root, const path& deviceFolder, DRMAdapterDesc& desc) {
+  path folder = deviceFolder;
   desc.driver = ReadSysfsLinkName(folder / "driver");
+  if (desc.driver == "virtio-pci") {
+    folder = findVirtioFolder(folder);
+    desc.driver = ReadSysfsLinkName(folder / "driver");
+  }
   if (desc.driver.empty()) return;
   desc.driverVersion = ReadSysfsLine(folder / "driver/module/version").value_or("");
   if (desc.driver == "nvidia")

@@ -1,12 +1,12 @@
-#include "DRMData.h"
+#include "linux/DRMData.h"
 
 #include <algorithm>
 #include <map>
 #include <sstream>
 #include <tuple>
 
-#include "SnifferLog.h"
-#include "SysfsFile.h"
+#include "linux/SysfsFile.h"
+#include "log/Diagnostic.h"
 
 using std::filesystem::path;
 
@@ -33,7 +33,7 @@ std::vector<std::string> listNodes(const path& folder) {
   for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
        entry.increment(error))
     if (std::string name = entry->path().filename(); isNode(name)) nodes.push_back(name);
-  if (error) SnifferLog{}(folder.native(), ": ", error.message());
+  if (error) Diagnostic{}(folder.native(), ": ", error.message());
   std::sort(nodes.begin(), nodes.end(), byNumber);
   return nodes;
 }
@@ -45,7 +45,7 @@ std::map<path, std::vector<std::string>> nodesByDevice(const path& folder) {
     if (const std::optional<path> device = ResolveSysfsFolder(folder / node / "device"))
       devices[*device].push_back(node);
     else
-      SnifferLog{}(node, ": no device behind the node, left out");
+      Diagnostic{}(node, ": no device behind the node, left out");
   }
   return devices;
 }
@@ -54,6 +54,17 @@ std::map<path, std::vector<std::string>> nodesByDevice(const path& folder) {
 auto rank(const DRMAdapterDesc& desc) {
   const bool pci = desc.bus == AdapterBus::PCI;
   return std::make_tuple(!desc.boot, !pci, pci ? desc.address.size() : 0, desc.address);
+}
+
+void sortByRank(std::vector<DRMData>& adapters) {
+  std::sort(adapters.begin(), adapters.end(),
+            [](const DRMData& a, const DRMData& b) { return rank(a.Desc()) < rank(b.Desc()); });
+}
+
+bool isDisplay(const path& device) {
+  constexpr uint64_t kDisplayClass = 0x03;
+  constexpr uint64_t kMaxClass = 0xFFFFFF;
+  return ReadSysfsNumber(device / "class", kMaxClass).value_or(0) >> 16 == kDisplayClass;
 }
 
 }  // namespace
@@ -66,9 +77,27 @@ std::vector<DRMData> DRMData::GetAllDevices(const path& root) {
     desc.nodes = nodes;
     adapters.emplace_back(std::move(desc), installedRAM);
   }
-  std::sort(adapters.begin(), adapters.end(),
-            [](const DRMData& a, const DRMData& b) { return rank(a.fDesc) < rank(b.fDesc); });
+  sortByRank(adapters);
   return adapters;
+}
+
+void DRMData::AddDevicesWithoutNodes(const path& root, std::vector<DRMData>& adapters) {
+  const path folder = root / "sys/bus/pci/devices";
+  std::vector<DRMData> others;
+  std::error_code error;
+  for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
+       entry.increment(error)) {
+    const bool known = std::any_of(adapters.begin(), adapters.end(), [&](const DRMData& adapter) {
+      return adapter.Desc().address == entry->path().filename();
+    });
+    if (known || !isDisplay(entry->path())) continue;
+    if (const std::optional<path> device = ResolveSysfsFolder(entry->path()))
+      others.emplace_back(ReadAdapterDesc(root, *device), ReadInstalledRAM(root));
+  }
+  if (error && error != std::errc::no_such_file_or_directory)
+    Diagnostic{}(folder.native(), ": ", error.message());
+  adapters.insert(adapters.end(), others.begin(), others.end());
+  sortByRank(adapters);
 }
 
 AdapterMemory DRMData::memory() const {
@@ -96,6 +125,6 @@ uint64_t ReadInstalledRAM(const path& root) {
   constexpr uint64_t kMaxKibibytes = uint64_t{1} << 42;
   if (words >> key >> kibibytes && key == "MemTotal:" && kibibytes < kMaxKibibytes)
     return kibibytes << 10;
-  SnifferLog{}(file.native(), ": no total of the installed memory");
+  Diagnostic{}(file.native(), ": no total of the installed memory");
   return 0;
 }

@@ -2,9 +2,9 @@
 
 #include <vector>
 
-#include "AdapterMemory.h"
-#include "DRMAdapterDesc.h"
-#include "GPUData.h"
+#include "gpu/AdapterMemory.h"
+#include "gpu/GPUData.h"
+#include "linux/DRMAdapterDesc.h"
 
 /// One display adapter as the kernel's DRM subsystem describes it.
 class DRMData : public GPUData {
@@ -17,6 +17,9 @@ class DRMData : public GPUData {
   /// Every DRM device under the root path, the boot adapter first, then by bus address. Loads no
   /// driver and wakes no device; what can't be read is skipped with a diagnostic.
   static std::vector<DRMData> GetAllDevices(const std::filesystem::path& root);
+  /// Adds the PCI display adapters that no DRM device stands for, and puts all in the same order.
+  static void AddDevicesWithoutNodes(const std::filesystem::path& root,
+                                     std::vector<DRMData>& adapters);
 
   /// Maker and model of pci.ids; empty when unknown.
   std::string GetName() const override { return fDesc.name; }

@@ -3,8 +3,8 @@
 #include <boost/shared_ptr.hpp>
 #include <vector>
 
-#include "UnusedHardware.h"
-#include "ogl/ContextOffscreen.h"
+#include "linux/UnusedHardware.h"
+#include "zor/ogl/ContextOffscreen.h"
 
 struct DeviceContext {
   ZOR::OGL::DisplayDeviceKey key;

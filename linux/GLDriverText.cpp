@@ -1,9 +1,7 @@
-#include "GLDriverText.h"
+#include "linux/GLDriverText.h"
 
 #include <algorithm>
 #include <iterator>
-
-#include "AdapterMemory.h"
 
 namespace {
 
@@ -16,17 +14,6 @@ constexpr std::string_view kProfileRemarks[] = {
 // Mesa's two of today, its two of yesterday, and Google's.
 constexpr std::string_view kSoftwareRenderers[] = {
     "llvmpipe", "softpipe", "Software Rasterizer", "SWR", "Google SwiftShader",
-};
-
-struct MakersDriver {
-  std::string_view glVendor;
-  uint32_t vendorID;
-};
-
-constexpr MakersDriver kMakersDrivers[] = {
-    {"NVIDIA Corporation", kVendorNVIDIA},
-    {"ATI Technologies Inc.", kVendorAMD},
-    {"Advanced Micro Devices, Inc.", kVendorAMD},
 };
 
 void skipBlanks(std::string_view& text) {
@@ -54,8 +41,6 @@ bool IsSoftwareRenderer(std::string_view glRenderer) {
       [&](std::string_view name) { return glRenderer.substr(0, name.size()) == name; });
 }
 
-uint32_t VendorIDOfOwnDriver(std::string_view glVendor) {
-  for (const MakersDriver& driver : kMakersDrivers)
-    if (driver.glVendor == glVendor) return driver.vendorID;
-  return 0;
+bool IsNVIDIADriver(std::string_view glVendor) {
+  return glVendor == "NVIDIA Corporation";
 }

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -12,6 +11,5 @@ std::string DriverVersionFromGLVersion(std::string_view glVersion);
 /// Whether a GL_RENDERER text is that of a renderer that draws with the processor.
 bool IsSoftwareRenderer(std::string_view glRenderer);
 
-/// The PCI vendor whose own driver writes this GL_VENDOR text; 0 for Mesa's, whose texts say as
-/// much of the driver as of the card.
-uint32_t VendorIDOfOwnDriver(std::string_view glVendor);
+/// Whether a GL_VENDOR text is that of NVIDIA's own driver.
+bool IsNVIDIADriver(std::string_view glVendor);

@@ -1,15 +1,14 @@
-#include "GPUImplLinux.h"
+#include "linux/GPUImplLinux.h"
 
 #include <algorithm>
 #include <boost/make_shared.hpp>
 
-#include "AdapterJoin.h"
-#include "GLDriverText.h"
-#include "GLMemory.h"
-#include "GPU.h"
-#include "LogAndPrint.h"
-#include "PCINames.h"
-#include "SnifferLog.h"
+#include "gpu/GLMemory.h"
+#include "gpu/GPU.h"
+#include "linux/AdapterJoin.h"
+#include "linux/GLDriverText.h"
+#include "linux/PCINames.h"
+#include "log/Diagnostic.h"
 
 namespace {
 
@@ -24,20 +23,17 @@ GPUList GPUImplLinux::DoGetGPUs() {
   try {
     findGPUs(gpus);
   } catch (const std::exception& e) {
-    LogAndPrint(SnifferLog{}, std::string("DoGetGPUs fails with exception: ") + e.what());
+    PrintDiagnostic(Diagnostic{}, std::string("DoGetGPUs fails with exception: ") + e.what());
   } catch (...) {
-    LogAndPrint(SnifferLog{}, "DoGetGPUs fails with exception");
+    PrintDiagnostic(Diagnostic{}, "DoGetGPUs fails with exception");
   }
   return gpus;
 }
 
 void GPUImplLinux::findGPUs(GPUList& gpus) const {
   // The contexts come first: they wake their adapters, so that these can tell their memory.
-  const DisplayContexts devices = CreateDisplayContexts();
+  DisplayContexts devices = CreateDisplayContexts();
   std::vector<DRMData> adapters = DRMData::GetAllDevices(fRoot);
-  NameAdapters(fRoot, adapters);
-  for (size_t i = 0; i < adapters.size(); ++i) SnifferLog{}("adapter[", i, "]", adapters[i].Desc());
-
   Impls impls = makeImpls(devices.contexts);
   const auto software = std::stable_partition(impls.begin(), impls.end(),
                                               [](const auto& impl) { return !impl->fSoftware; });
@@ -45,11 +41,14 @@ void GPUImplLinux::findGPUs(GPUList& gpus) const {
     impls.erase(software, impls.end());
     joinAdapters(impls, adapters);
   } else {
+    nameAndLog(adapters);
+    for (const auto& impl : impls)
+      devices.failures.push_back({impl->fDeviceName, "its context draws in software"});
     LogUnusedHardware(fRoot, adapters, devices.failures);
     if (impls.size() > 1) impls.resize(1);
   }
   for (const auto& impl : impls) gpus.push_back(boost::make_shared<GLGPU>(impl));
-  if (gpus.empty()) SnifferLog{}("no OpenGL device gives a context");
+  if (gpus.empty()) Diagnostic{}("no OpenGL device gives a context");
 }
 
 GPUImplLinux::Impls GPUImplLinux::makeImpls(const std::vector<DeviceContext>& contexts) {
@@ -65,11 +64,18 @@ GPUImplLinux::Impls GPUImplLinux::makeImpls(const std::vector<DeviceContext>& co
   return impls;
 }
 
-void GPUImplLinux::joinAdapters(Impls& hardware, const std::vector<DRMData>& adapters) {
-  std::vector<std::string> names;
-  for (const auto& impl : hardware) names.push_back(impl->fDeviceName);
+void GPUImplLinux::nameAndLog(std::vector<DRMData>& adapters) const {
+  NameAdapters(fRoot, adapters);
+  for (size_t i = 0; i < adapters.size(); ++i) Diagnostic{}("adapter[", i, "]", adapters[i].Desc());
+}
+
+void GPUImplLinux::joinAdapters(Impls& hardware, std::vector<DRMData>& adapters) const {
+  std::vector<JoinDevice> devices;
+  for (const auto& impl : hardware) devices.push_back({impl->fDeviceName, impl->hasNVIDIADriver()});
+  if (NeedsAdaptersWithoutNodes(devices)) DRMData::AddDevicesWithoutNodes(fRoot, adapters);
+  nameAndLog(adapters);
   Impls joined;
-  for (const AdapterJoin& join : JoinByNode(names, adapters)) {
+  for (const AdapterJoin& join : JoinDevices(devices, adapters)) {
     joined.push_back(hardware[join.device]);
     if (join.adapter) joined.back()->fAdapter = *join.adapter;
   }
@@ -81,27 +87,29 @@ bool GPUImplLinux::drawsInSoftware() {
   try {
     // On a card that it has no driver for, Mesa may draw in software.
     if (!IsSoftwareRenderer(DoGetGLRenderer())) return false;
-    SnifferLog{}(fDeviceName, ": its context draws in software");
+    Diagnostic{}(fDeviceName, ": its context draws in software");
     return true;
   } catch (const std::exception& e) {
-    SnifferLog{}(fDeviceName, ": no renderer: ", e.what());
+    Diagnostic{}(fDeviceName, ": no renderer: ", e.what());
     return false;
   }
 }
 
-uint32_t GPUImplLinux::memoryVendorID() {
-  if (fSoftware) return 0;
-  const uint32_t vendorID = fAdapter.GetVendorID();
-  return vendorID ? vendorID : VendorIDOfOwnDriver(glText(kGLVendor));
+bool GPUImplLinux::hasNVIDIADriver() {
+  try {
+    return IsNVIDIADriver(glText(kGLVendor));
+  } catch (const std::exception& e) {
+    Diagnostic{}(fDeviceName, ": no vendor: ", e.what());
+    return false;
+  }
 }
 
 unsigned GPUImplLinux::DoGetGLMemoryMB() {
-  // A negative figure of the driver is a huge one here, and none that a card could have.
-  constexpr uint64_t kMaxBytes = uint64_t{1} << 50;
-  const uint64_t bytes = GLMemoryBytes(*this, memoryVendorID(), "GPUImplLinux::DoGetGLMemoryMB");
-  const uint32_t glMB = bytes < kMaxBytes ? static_cast<uint32_t>(bytes >> 20) : 0;
+  const uint64_t bytes =
+      fSoftware ? 0 : ListedGLMemoryBytes(*this, glContext, "GPUImplLinux::DoGetGLMemoryMB");
+  const auto glMB = static_cast<uint32_t>(bytes >> 20);
   const uint32_t systemMB = fAdapter.GetVideoMemory();
-  SnifferLog{}("glVRAM=", glMB, " systemVRAM=", systemMB);
+  Diagnostic{}("glVRAM=", glMB, " systemVRAM=", systemMB);
   return std::max(glMB, systemMB);
 }
 

@@ -3,9 +3,9 @@
 #include <filesystem>
 #include <vector>
 
-#include "DRMData.h"
-#include "DisplayContexts.h"
-#include "GPUImplHardware.h"
+#include "gpu/GPUImplHardware.h"
+#include "linux/DRMData.h"
+#include "linux/DisplayContexts.h"
 
 /// One GPU on Linux: OpenGL and OpenCL answer as everywhere; identifiers, names, memory, the
 /// driver's name and the integrated verdict come from the kernel's description of the adapter.
@@ -19,7 +19,7 @@ class GPUImplLinux : public GPUImplHardware {
   /// one line on standard error says what went wrong.
   GPUList DoGetGPUs() override;
 
-  /// The larger of the system's figure and, for AMD and NVIDIA, OpenGL's.
+  /// The largest of the system's figure and those of OpenGL's memory queries.
   unsigned DoGetGLMemoryMB() override;
   std::string DoGetGLName() override;
   unsigned DoGetGLVendorID() override { return fAdapter.GetVendorID(); }
@@ -37,9 +37,10 @@ class GPUImplLinux : public GPUImplHardware {
 
   void findGPUs(GPUList& gpus) const;
   static Impls makeImpls(const std::vector<DeviceContext>& contexts);
-  static void joinAdapters(Impls& hardware, const std::vector<DRMData>& adapters);
+  void joinAdapters(Impls& hardware, std::vector<DRMData>& adapters) const;
+  void nameAndLog(std::vector<DRMData>& adapters) const;
   bool drawsInSoftware();
-  uint32_t memoryVendorID();
+  bool hasNVIDIADriver();
 
   std::filesystem::path fRoot;
   boost::shared_ptr<ZOR::OGL::ContextOffscreen> fContext;

@@ -1,6 +1,6 @@
 #include <boost/make_shared.hpp>
 
-#include "GPUImplLinux.h"
+#include "linux/GPUImplLinux.h"
 
 boost::shared_ptr<GPUImpl> MakeGPUImpl() {
   return boost::make_shared<GPUImplLinux>();

@@ -1,12 +1,12 @@
-#include "PCINames.h"
+#include "linux/PCINames.h"
 
 #include <algorithm>
 #include <charconv>
 #include <fstream>
 #include <optional>
 
-#include "DRMData.h"
-#include "SnifferLog.h"
+#include "linux/DRMData.h"
+#include "log/Diagnostic.h"
 
 using std::filesystem::path;
 
@@ -59,7 +59,7 @@ bool feedFile(const path& file, PCINames& names) {
   std::ifstream stream;
   if (std::filesystem::is_regular_file(status)) stream.open(file, std::ios::binary);
   if (!stream.is_open()) {
-    SnifferLog{}(file.native(), ": ", error ? error.message() : "cannot be read");
+    Diagnostic{}(file.native(), ": ", error ? error.message() : "cannot be read");
     return false;
   }
   std::vector<char> piece(kPieceSize);
@@ -68,7 +68,7 @@ bool feedFile(const path& file, PCINames& names) {
     names.feed({piece.data(), static_cast<size_t>(stream.gcount())});
   } while (stream);
   names.finish();
-  if (!names.fault().empty()) SnifferLog{}(file.native(), ": ", names.fault());
+  if (!names.fault().empty()) Diagnostic{}(file.native(), ": ", names.fault());
   return true;
 }
 

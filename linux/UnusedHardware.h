@@ -7,10 +7,10 @@
 class DRMData;
 struct DRMAdapterDesc;
 
-/// A display device that gave no context, and what the library said.
+/// A display device that stands for no GPU: what the library said, or what its context does.
 struct FailedDevice {
   std::string deviceName;
-  std::string error;
+  std::string reason;
 };
 
 /// A node of /dev/dri as this process may use it: 0, or why not (an errno value).
@@ -19,11 +19,12 @@ struct NodeAccess {
   int error;
 };
 
-/// Why no context came of an adapter.
+/// Why no GPU came of an adapter, as far as it was seen.
 std::string UnusedReason(const DRMAdapterDesc& desc, const std::vector<NodeAccess>& nodes,
                          const std::vector<FailedDevice>& failures);
 
 /// One diagnostic for each display adapter of the machine, those without a DRM device included,
-/// that says why it isn't used; one when there is none at all.
-void LogUnusedHardware(const std::filesystem::path& root, const std::vector<DRMData>& adapters,
+/// that says why it isn't used; one when there is none at all. Reads nothing where diagnostics are
+/// off.
+void LogUnusedHardware(const std::filesystem::path& root, std::vector<DRMData> adapters,
                        const std::vector<FailedDevice>& failures);

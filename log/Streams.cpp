@@ -1,8 +1,8 @@
-#include "Streams.h"
+#include "log/Streams.h"
 
 #include <initializer_list>
 
-#include "LogPort.h"
+#include "log/LogPort.h"
 
 namespace {
 

@@ -36,6 +36,7 @@ class ChildWin : public Child {
   // Under the mutex:
   bool fReaped = false;
   int fKilled = 0;
+  bool fCountedItself = false;  ///< the process is one of fKilled
 };
 
 std::optional<LaunchError> ChildWin::start(const Command& command, ChildStreams streams) {
@@ -66,7 +67,10 @@ int ChildWin::sweep() {
   if (fReaped || !fStarted.process) return 0;
   const int active = activeProcesses();
   if (active == 0) return 0;
-  if (fKilled == 0) fKilled = active;
+  if (fKilled == 0) {
+    fKilled = active;
+    fCountedItself = isRunning();
+  }
   const BOOL ended = systemCall(Call::Kill, FALSE,
                                 [this] { return TerminateJobObject(fStarted.job.get(), kKilled); });
   if (!ended) TerminateProcess(fStarted.process.get(), kKilled);
@@ -95,7 +99,10 @@ Ending ChildWin::reap(bool keepTree) {
     how.kind = isException(code) ? Ending::Kind::Exception : Ending::Kind::Exited;
     how.code = code;
   }
-  if (fKilled > 0 && code == kKilled) how = {Ending::Kind::Signalled, kKillSignal};
+  if (fKilled > 0 && code == kKilled)
+    how = {Ending::Kind::Signalled, kKillSignal};
+  else if (fCountedItself)
+    --fKilled;  // it ended by itself while it was about to be ended
   if (keepTree) limitJob(fStarted.job.get(), false);
   fStarted = {};
   return how;

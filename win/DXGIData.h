@@ -6,8 +6,8 @@
 
 #include <vector>
 
-#include "AdapterMemory.h"
-#include "GPUData.h"
+#include "gpu/AdapterMemory.h"
+#include "gpu/GPUData.h"
 
 /// One display adapter as DXGI describes it.
 class DXGIData : public GPUData {

@@ -1,8 +1,8 @@
-#include "DescFormat.h"
+#include "win/DescFormat.h"
 
 #include <string>
 
-#include "WideText.h"
+#include "gpu/WideText.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include <exception>
 
-#include "AdapterLog.h"
+#include "log/Diagnostic.h"
 
 /// Runs a reader's work. Any exception ends here: it is logged as "<operation> exception", with
 /// ": " and its text when it has one, and abandon takes what the work has left open.
@@ -12,9 +12,9 @@ void GuardedRead(const char* operation, int textLine, int plainLine, Work work, 
     work();
     return;
   } catch (const std::exception& exception) {
-    AdapterLog(textLine)(operation, " exception: ", exception.what());
+    AdapterDiagnostic(textLine)(operation, " exception: ", exception.what());
   } catch (...) {
-    AdapterLog(plainLine)(operation, " exception");
+    AdapterDiagnostic(plainLine)(operation, " exception");
   }
   abandon();
 }

@@ -1,10 +1,9 @@
-#include "DisplayContexts.h"
+#include "win/DisplayContexts.h"
 
 #include <boost/make_shared.hpp>
 
-#include "AdapterLog.h"
-#include "DescFormat.h"
-#include "LogAndPrint.h"
+#include "log/Diagnostic.h"
+#include "win/DescFormat.h"
 
 using ZOR::OGL::ContextOffscreen;
 using ZOR::OGL::DisplayDeviceKey;
@@ -16,11 +15,11 @@ boost::shared_ptr<ContextOffscreen> createContext(const DisplayDeviceKey& key) {
   try {
     return boost::make_shared<ContextOffscreen>(key);
   } catch (const std::exception& exception) {
-    SnifferLog{}("no context: ", exception.what());
+    Diagnostic{}("no context: ", exception.what());
   } catch (...) {
-    SnifferLog{}("no context");
+    Diagnostic{}("no context");
   }
-  LogAndPrint(AdapterLog(853), "ContextOffscreen exception caught and ignored.");
+  PrintDiagnostic(AdapterDiagnostic(853), "ContextOffscreen exception caught and ignored.");
   return {};
 }
 
@@ -29,17 +28,17 @@ boost::shared_ptr<ContextOffscreen> createContext(const DisplayDeviceKey& key) {
 DisplayContexts CreateDisplayContexts() {
   DisplayContexts contexts;
   const uint64_t count = ZOR::OGL::Context::NumDisplayDevice();
-  AdapterLog(834)("zorNumDevices=", count);
+  AdapterDiagnostic(834)("zorNumDevices=", count);
   for (uint64_t i = 0; i < count; ++i) {
-    AdapterLog(837)("zorDeviceIndex=", i);
+    AdapterDiagnostic(837)("zorDeviceIndex=", i);
     DisplayDeviceKey key;
     if (!ZOR::OGL::Context::DisplayDevice(i, key)) continue;
-    AdapterLog(843)("creating ContextOffscreen for ", Formatted(FormatDisplayDevice, key));
+    AdapterDiagnostic(843)("creating ContextOffscreen for ", Formatted(FormatDisplayDevice, key));
     const auto context = createContext(key);
     if (!context) continue;
     if (const std::string remark = context->remark(); !remark.empty())
-      SnifferLog{}("zorDevice[", i, "] context: ", remark);
-    AdapterLog(846)("zorDevice[", i, "]=", Formatted(FormatDisplayDevice, key));
+      Diagnostic{}("zorDevice[", i, "] context: ", remark);
+    AdapterDiagnostic(846)("zorDevice[", i, "]=", Formatted(FormatDisplayDevice, key));
     contexts[key.deviceString] = {context, key};
   }
   return contexts;

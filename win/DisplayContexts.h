@@ -5,7 +5,7 @@
 #include <string>
 #include <utility>
 
-#include "ogl/ContextOffscreen.h"
+#include "zor/ogl/ContextOffscreen.h"
 
 /// Contexts with the display device each was made for, by its device string as the library
 /// gives it.

@@ -1,13 +1,12 @@
-#include "GPUImplWin.h"
+#include "win/GPUImplWin.h"
 
 #include <algorithm>
 #include <boost/algorithm/string/predicate.hpp>
 #include <boost/make_shared.hpp>
 
-#include "AdapterLog.h"
-#include "GLMemory.h"
-#include "GPU.h"
-#include "LogAndPrint.h"
+#include "gpu/GLMemory.h"
+#include "gpu/GPU.h"
+#include "log/Diagnostic.h"
 
 namespace {
 
@@ -37,18 +36,18 @@ GPUList GPUImplWin::DoGetGPUs() {
   try {
     findGPUs(gpus);
   } catch (...) {
-    LogAndPrint(AdapterLog(962), "DoGetGPUs fails with exception");
+    PrintDiagnostic(AdapterDiagnostic(962), "DoGetGPUs fails with exception");
   }
   return gpus;
 }
 
 void GPUImplWin::findGPUs(GPUList& gpus) {
   const std::vector<WMIData> wmi = WMIData::GetAllDevices();
-  AdapterLog(873)("wmiNumDevices=", wmi.size());
+  AdapterDiagnostic(873)("wmiNumDevices=", wmi.size());
   const std::vector<DXGIData> dxgi = DXGIData::GetAllDevices();
-  AdapterLog(877)("dxgiNumDevices=", dxgi.size());
+  AdapterDiagnostic(877)("dxgiNumDevices=", dxgi.size());
   const DisplayContexts contexts = CreateDisplayContexts();
-  AdapterLog(883)("zorNumContexts=", contexts.size());
+  AdapterDiagnostic(883)("zorNumContexts=", contexts.size());
 
   // A name is all that the three sources share.
   ImplsByName impls;
@@ -57,7 +56,7 @@ void GPUImplWin::findGPUs(GPUList& gpus) {
   for (const auto& [name, impl] : impls) gpus.push_back(boost::make_shared<GLGPU>(impl));
 
   if (!gpus.empty() || contexts.empty()) return;
-  AdapterLog(970)("successful context creation but no matching WMI or DXGI devices found");
+  AdapterDiagnostic(970)("successful context creation but no matching WMI or DXGI devices found");
   const auto impl = boost::make_shared<GPUImplWin>();
   impl->glContext = contexts.begin()->second.first;
   gpus.push_back(boost::make_shared<GLGPU>(impl));
@@ -71,7 +70,7 @@ void GPUImplWin::joinRecords(const std::vector<Record>& records, Record GPUImplW
     const std::string name = record.GetName();
     const auto found = contexts.find(name);
     if (found == contexts.end()) {
-      AdapterLog(line)("ZOR Device for ", service, " ", name, " not found");
+      AdapterDiagnostic(line)("ZOR Device for ", service, " ", name, " not found");
       continue;
     }
     boost::shared_ptr<GPUImplWin>& impl = impls[name];
@@ -88,7 +87,7 @@ std::string GPUImplWin::DoGetGLVendor() {
   // The system gives a window's OpenGL to the driver that it likes, and a name on a display device
   // is no promise that it is this adapter's.
   if (namesAnotherMaker(vendor, fDXGIData.GetVendorID()))
-    SnifferLog{}("GL_VENDOR \"", vendor,
+    Diagnostic{}("GL_VENDOR \"", vendor,
                  "\" is not the maker of the adapter, vendorID=", fDXGIData.GetVendorID(), " \"",
                  fDXGIData.GetDescription(), "\"");
   return vendor;
@@ -101,6 +100,6 @@ unsigned GPUImplWin::DoGetGLMemoryMB() {
       GLMemoryBytes(*this, fDXGIData.GetVendorID(), "GPUImplWin::DoGetGLMemoryMB"));
   const auto wmiMB = static_cast<uint32_t>(bytes >> 20);
   const uint32_t dxgiMB = fDXGIData.GetVideoMemory();
-  AdapterLog(769)("wmiVRAM=", wmiMB, " dxgiVRAM=", dxgiMB);
+  AdapterDiagnostic(769)("wmiVRAM=", wmiMB, " dxgiVRAM=", dxgiMB);
   return std::max(wmiMB, dxgiMB);
 }

@@ -2,10 +2,10 @@
 
 #include <map>
 
-#include "DXGIData.h"
-#include "DisplayContexts.h"
-#include "GPUImplHardware.h"
-#include "WMIData.h"
+#include "gpu/GPUImplHardware.h"
+#include "win/DXGIData.h"
+#include "win/DisplayContexts.h"
+#include "win/WMIData.h"
 
 /// One GPU on Windows: OpenGL and OpenCL answer as everywhere; identifiers, memory and the
 /// integrated verdict come from DXGI, the driver's texts from the management service.

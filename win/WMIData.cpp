@@ -1,12 +1,12 @@
-#include "WMIData.h"
+#include "win/WMIData.h"
 
 #include <windows.h>
 
 #include <comdef.h>
 #include <wbemcli.h>
 
-#include "AdapterLog.h"
-#include "WideText.h"
+#include "gpu/WideText.h"
+#include "log/Diagnostic.h"
 
 namespace {
 
@@ -16,8 +16,8 @@ bool readVariant(IWbemClassObject& object, const wchar_t* name, VARTYPE wanted, 
                  _variant_t& value) {
   const HRESULT hr = object.Get(name, 0, &value, nullptr, nullptr);
   if (SUCCEEDED(hr) && value.vt == wanted) return true;
-  AdapterLog(line)("WIData::GetProperty L\"", WideLogPiece{name}, "\": hr=", hr,
-                   ", type=", value.vt);
+  AdapterDiagnostic(line)("WIData::GetProperty L\"", WideLogPiece{name}, "\": hr=", hr,
+                          ", type=", value.vt);
   return false;
 }
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "GPUData.h"
+#include "gpu/GPUData.h"
 
 struct IWbemClassObject;
 

@@ -4,10 +4,10 @@
 #include <wbemcli.h>
 #include <wrl/client.h>
 
-#include "Diagnostics.h"
-#include "ReportFailure.h"
-#include "WMIData.h"
-#include "WindowsApi.h"
+#include "log/ReportFailure.h"
+#include "win/Diagnostics.h"
+#include "win/WMIData.h"
+#include "win/WindowsApi.h"
 
 using Microsoft::WRL::ComPtr;
 
@@ -88,7 +88,8 @@ PCIIdentity adapterAt(IDXGIFactory* factory, size_t position) {
 bool isUsable(IWbemClassObject& object) {
   const std::string status = WMIData::GetStrProperty(object, L"Status");
   if (status != "OK") {
-    AdapterLog(213)("WMIData::GetStrProperty(*pclsObj, L\"Status\") returns \"", status, "\"");
+    AdapterDiagnostic(213)("WMIData::GetStrProperty(*pclsObj, L\"Status\") returns \"", status,
+                           "\"");
   }
   return status != "Error";
 }

@@ -2,8 +2,8 @@
 
 #include <wbemcli.h>
 
-#include "WMIData.h"
-#include "WideText.h"
+#include "gpu/WideText.h"
+#include "win/WMIData.h"
 
 namespace {
 

@@ -12,6 +12,7 @@
 enum { kMaxDevices = 64 };
 static struct Gpu gpus[kMaxDevices];
 static int gpuCount;
+static int deviceCount;
 static EGLDeviceEXT devices[kMaxDevices];
 static PFNEGLQUERYDEVICESEXTPROC queryDevices;
 static PFNEGLQUERYDEVICESTRINGEXTPROC queryDeviceString;
@@ -36,17 +37,12 @@ static int hasWord(const char* list, const char* word) {
 
 /* Devices and contexts */
 
-static int listDevices(void) {
-  EGLint count = 0;
-  if (!queryDevices(0, NULL, &count) || !queryDevices(kMaxDevices, devices, &count)) return 0;
-  return count;
-}
-
-static int describeDevices(void) {
+static void describeDevices(void) {
   const char* client = eglQueryString(EGL_NO_DISPLAY, EGL_EXTENSIONS);
-  if (!hasWord(client, "EGL_EXT_platform_device")) return 0;
-  const int count = listDevices();
-  for (int i = 0; i < count; ++i) {
+  if (!hasWord(client, "EGL_EXT_platform_device") ||
+      !queryDevices(kMaxDevices, devices, &deviceCount))
+    return;
+  for (int i = 0; i < deviceCount; ++i) {
     const char* extensions = queryDeviceString(devices[i], EGL_EXTENSIONS);
     const char* file = NULL;
     if (hasWord(extensions, "EGL_EXT_device_drm"))
@@ -57,7 +53,6 @@ static int describeDevices(void) {
     if (hasWord(extensions, "EGL_EXT_device_query_name"))
       queryDeviceString(devices[i], EGL_RENDERER_EXT);
   }
-  return count;
 }
 
 static int createContext(struct Gpu* gpu, int device) {
@@ -75,7 +70,7 @@ static int createContext(struct Gpu* gpu, int device) {
   const EGLint size[] = {EGL_WIDTH, 16, EGL_HEIGHT, 16, EGL_NONE};
   EGLConfig config;
   EGLint count = 0;
-  if (device >= listDevices()) return 0;
+  if (device >= deviceCount) return 0;
   gpu->display = getPlatformDisplay(EGL_PLATFORM_DEVICE_EXT, devices[device], NULL);
   if (!eglInitialize(gpu->display, NULL, NULL) || !eglBindAPI(EGL_OPENGL_API) ||
       !eglChooseConfig(gpu->display, wanted, &config, 1, &count) || count == 0)
@@ -95,9 +90,7 @@ static void destroyContext(struct Gpu* gpu) {
 
 static void createContexts(void) {
   int made = 0, hardware = 0;
-  const int count = describeDevices();
-  for (int i = 0; i < count; ++i) {
-    describeDevices();
+  for (int i = 0; i < deviceCount; ++i) {
     const int software = gpus[i].software;
     if (!createContext(&gpus[made], i)) continue;
     gpus[made++].software = software;
@@ -360,7 +353,8 @@ int main(void) {
   getDriverName = (PFNEGLGETDISPLAYDRIVERNAMEPROC)eglGetProcAddress("eglGetDisplayDriverName");
 
   struct Gpu primary = {0};
-  const int created = describeDevices() > 0 && createContext(&primary, 0);
+  describeDevices();
+  const int created = createContext(&primary, 0);
   if (created) destroyContext(&primary);
   line("OGLContextCreated=%d", created);
   createContexts();

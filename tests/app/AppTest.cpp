@@ -2,9 +2,9 @@
 
 #include <cstdlib>
 
-#include "EntryPoint.h"
-#include "Probe.h"
-#include "core/Exceptions.h"
+#include "app/EntryPoint.h"
+#include "tests/app/Probe.h"
+#include "zor/core/Exceptions.h"
 
 size_t largestAllocation = SIZE_MAX;
 

@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 
-#include "Platform.h"
-#include "Probe.h"
+#include "app/Platform.h"
+#include "tests/app/Probe.h"
 
 namespace {
 

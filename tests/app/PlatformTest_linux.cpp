@@ -2,10 +2,10 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "Platform.h"
-#include "Probe.h"
-#include "SnifferLogger.h"
-#include "Streams.h"
+#include "app/Platform.h"
+#include "log/Loggers.h"
+#include "log/Streams.h"
+#include "tests/app/Probe.h"
 
 namespace {
 

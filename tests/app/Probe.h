@@ -2,10 +2,10 @@
 
 #include <boost/make_shared.hpp>
 
-#include "FakeGL.h"
-#include "FakeGPUImpl.h"
-#include "MySniffer.h"
-#include "MyTester.h"
+#include "app/MySniffer.h"
+#include "app/MyTester.h"
+#include "tests/support/FakeGL.h"
+#include "tests/support/FakeGPUImpl.h"
 
 /// Bytes; a larger allocation of this process fails.
 extern size_t largestAllocation;

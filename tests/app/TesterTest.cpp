@@ -2,9 +2,9 @@
 
 #include <sstream>
 
-#include "Clock.h"
-#include "Probe.h"
-#include "SnifferLog.h"
+#include "log/Clock.h"
+#include "log/Diagnostic.h"
+#include "tests/app/Probe.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <map>
 #include <sstream>
 
-#include "Probe.h"
+#include "tests/e2e/Probe.h"
 
 namespace {
 

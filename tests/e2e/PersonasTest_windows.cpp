@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <map>
 
-#include "Probe.h"
+#include "tests/e2e/Probe.h"
 
 namespace {
 

@@ -27,7 +27,7 @@ struct Outcome {
   double seconds = 0;
 };
 
-/// Runs the program to its end, for at most five minutes; again where the sanitizers' own tool crashed.
+/// Runs the program to its end, for at most five minutes; again where what runs it failed instead.
 Outcome RunProbe(const Start& start);
 
 /// What a run without options writes; asked for once.

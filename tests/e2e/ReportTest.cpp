@@ -4,7 +4,7 @@
 #include <regex>
 #include <sstream>
 
-#include "Probe.h"
+#include "tests/e2e/Probe.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include <gmock/gmock.h>
 
-#include "Probe.h"
+#include "tests/e2e/Probe.h"
 
 namespace {
 

@@ -2,8 +2,8 @@
 
 #include <filesystem>
 
-#include "SysfsTree.h"
-#include "Targets.h"
+#include "fuzz/Targets.h"
+#include "tests/support/SysfsTree.h"
 
 namespace {
 

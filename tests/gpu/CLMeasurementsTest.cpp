@@ -3,8 +3,8 @@
 #include <regex>
 #include <sstream>
 
-#include "Hardware.h"
-#include "LogCapture.h"
+#include "tests/gpu/Hardware.h"
+#include "tests/support/LogCapture.h"
 
 namespace {
 

@@ -2,9 +2,9 @@
 
 #include <boost/make_shared.hpp>
 
-#include "CLPlatformVersion.h"
-#include "FakeGPUImpl.h"
-#include "Hardware.h"
+#include "gpu/CLPlatformVersion.h"
+#include "tests/gpu/Hardware.h"
+#include "tests/support/FakeGPUImpl.h"
 
 namespace {
 

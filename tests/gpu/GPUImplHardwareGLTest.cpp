@@ -4,12 +4,12 @@
 #include <algorithm>
 #include <boost/make_shared.hpp>
 
-#include "FakeGL.h"
-#include "Hardware.h"
-#include "LogCapture.h"
-#include "ReportFailure.h"
-#include "core/Exceptions.h"
-#include "floor/shader_texts.h"
+#include "bench/floor/shader_texts.h"
+#include "log/ReportFailure.h"
+#include "tests/gpu/Hardware.h"
+#include "tests/support/FakeGL.h"
+#include "tests/support/LogCapture.h"
+#include "zor/core/Exceptions.h"
 
 namespace {
 

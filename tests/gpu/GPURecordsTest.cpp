@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "FakeGPUImpl.h"
+#include "tests/support/FakeGPUImpl.h"
 
 namespace {
 

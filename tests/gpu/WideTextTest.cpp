@@ -1,4 +1,4 @@
-#include "WideText.h"
+#include "gpu/WideText.h"
 
 #include <gtest/gtest.h>
 

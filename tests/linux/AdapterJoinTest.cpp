@@ -1,13 +1,13 @@
-#include "AdapterJoin.h"
+#include "linux/AdapterJoin.h"
 
 #include <gmock/gmock.h>
 
 #include <cerrno>
 
-#include "DRMData.h"
-#include "LogCapture.h"
-#include "SysfsTree.h"
-#include "UnusedHardware.h"
+#include "linux/DRMData.h"
+#include "linux/UnusedHardware.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/SysfsTree.h"
 
 namespace {
 
@@ -15,9 +15,14 @@ using testing::HasSubstr;
 
 std::string joined(const char* machine, const std::vector<std::string>& deviceNames) {
   const SysfsTree tree(SysfsTree::Recorded(machine));
-  const std::vector<DRMData> adapters = DRMData::GetAllDevices(tree.root());
+  std::vector<JoinDevice> devices;
+  // A star: the driver is NVIDIA's own.
+  for (const std::string& name : deviceNames)
+    devices.push_back({name.substr(name[0] == '*'), name[0] == '*'});
+  std::vector<DRMData> adapters = DRMData::GetAllDevices(tree.root());
+  if (NeedsAdaptersWithoutNodes(devices)) DRMData::AddDevicesWithoutNodes(tree.root(), adapters);
   std::string text;
-  for (const AdapterJoin& join : JoinByNode(deviceNames, adapters))
+  for (const AdapterJoin& join : JoinDevices(devices, adapters))
     text += std::to_string(join.device) + "=" +
             (join.adapter ? join.adapter->Desc().address : "none") + " ";
   return text;
@@ -42,10 +47,17 @@ TEST(AdapterJoin, ByNodeInTheOrderOfTheAdapters) {
        {"/dev/dri/renderD135", "/dev/dri/renderD128"},
        "1=0000:c1:00.0 0=10000:e1:00.0 "},
       {"soc", {"/dev/dri/renderD128"}, "0=fec00000.v3d "},
-      {"nvidia-no-drm", {"", ""}, "0=none 1=none "},
-      {"nvidia",
-       {"default", "", "/dev/dri/card0", "/dev/dri/card"},
-       "2=0000:01:00.0 0=none 1=none 3=none "},
+      {"nvidia", {"default", "/dev/dri/card0", "/dev/dri/card"}, "1=0000:01:00.0 0=none 2=none "},
+      // By elimination, in whatever order the libraries name the card.
+      {"nvidia-no-drm", {"*"}, "0=0000:01:00.0 "},
+      {"nvidia-no-drm", {"*", "*"}, "0=none 1=none "},
+      {"nvidia-no-drm", {"default"}, "0=none "},
+      {"nvidia", {"*", "/dev/dri/card0"}, "0=0000:01:00.0 "},
+      {"nvidia", {"/dev/dri/card0", "*"}, "0=0000:01:00.0 "},
+      {"nvidia-twins", {"*"}, "0=none "},
+      {"nvidia-twins", {"*", "*/dev/dri/card1"}, "0=0000:01:00.0 1=0000:02:00.0 "},
+      // Another driver has the card.
+      {"intel-nvidia-hybrid", {"*", "/dev/dri/card1"}, "1=0000:00:02.0 0=none "},
       {"no-drm", {}, ""},
   };
   for (const auto& c : cases) EXPECT_EQ(joined(c.machine, c.devices), c.joins) << c.machine;
@@ -53,12 +65,13 @@ TEST(AdapterJoin, ByNodeInTheOrderOfTheAdapters) {
 
 TEST(AdapterJoin, SaysWhatWasLeftOut) {
   LogCapture log;
-  joined("nvidia", {"/dev/dri/card0", "/dev/dri/renderD128", ""});
+  joined("nvidia", {"/dev/dri/card0", "/dev/dri/renderD128", "*", "*"});
   const std::string said = log.take();
   EXPECT_THAT(said, HasSubstr("context[0]=/dev/dri/card0 joined to adapter 0000:01:00.0\n"));
   EXPECT_THAT(said, HasSubstr("context[1]=/dev/dri/renderD128 left out: adapter 0000:01:00.0 has "
                               "context[0]=/dev/dri/card0\n"));
   EXPECT_THAT(said, HasSubstr("context[2]= joined to no adapter"));
+  EXPECT_THAT(said, HasSubstr("2 NVIDIA contexts without a node, 1 NVIDIA adapters left over"));
 }
 
 TEST(AdapterJoin, WhyHardwareIsNotUsed) {
@@ -75,8 +88,9 @@ TEST(AdapterJoin, WhyHardwareIsNotUsed) {
   EXPECT_EQ(UnusedReason(desc, usual, {}), "EGL lists no device for it");
   EXPECT_EQ(UnusedReason(desc, locked, failed), "renderD128: Permission denied, eglInitialize: X");
   EXPECT_EQ(UnusedReason(desc, missing, {}), "renderD128: No such file or directory");
-  desc.driver = "";
-  EXPECT_EQ(UnusedReason(desc, open, failed), "no driver is bound to it");
+  desc.nodes.pop_back();
+  EXPECT_EQ(UnusedReason(desc, {{"card0", EACCES}}, failed),
+            "it has no render node, eglInitialize: X");
 }
 
 }  // namespace

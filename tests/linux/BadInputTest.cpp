@@ -4,11 +4,11 @@
 #include <boost/algorithm/string/replace.hpp>
 #include <sstream>
 
-#include "DRMData.h"
-#include "LogCapture.h"
-#include "PCINames.h"
-#include "SysfsFile.h"
-#include "SysfsTree.h"
+#include "linux/DRMData.h"
+#include "linux/PCINames.h"
+#include "linux/SysfsFile.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/SysfsTree.h"
 
 namespace {
 
@@ -109,6 +109,7 @@ TEST(BadInput, NamesWhereverTheFileIsTorn) {
       {"1002  Maker\n\t73ff  Mod", "", "cut in the middle of a line"},
       {"1002  \xf6\n1002  Maker\n\t73ff  Model\n", "Maker Model", "a name is no UTF-8 text"},
       {std::string("1002  M\0\n\t73ff  Model\n", 22), "", "a name is no UTF-8 text"},
+      {"1002  Maker\n\t73ff  Model\n\t73ff  Other\n1002  Late\n", "Maker Model", ""},
       {"10020  Maker\n\t73ff  Model\n", "", ""},
       {"C 03  Display\n\t73ff  Model\n", "", ""},
   };

@@ -1,11 +1,11 @@
-#include "GPUImplLinux.h"
+#include "linux/GPUImplLinux.h"
 
 #include <gmock/gmock.h>
 
-#include "FakeGL.h"
-#include "GPU.h"
-#include "LogCapture.h"
-#include "SysfsTree.h"
+#include "gpu/GPU.h"
+#include "tests/support/FakeGL.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/SysfsTree.h"
 
 namespace {
 
@@ -66,7 +66,8 @@ TEST(GPUImplLinux, SoftwareRendererHasNoIdentity) {
   const std::string said = tree.withoutRoot(log.take());
   EXPECT_THAT(said, HasSubstr("adapter[0]{ Address=0000:01:00.0 "));
   EXPECT_THAT(said, HasSubstr("/dev/dri/card0: its context draws in software"));
-  EXPECT_THAT(said, HasSubstr("hardware not used: adapter 0000:01:00.0: /dev/dri/renderD128: No "));
+  EXPECT_THAT(said, HasSubstr("not used: adapter 0000:01:00.0: /dev/dri/renderD128: No such file "
+                              "or directory, its context draws in software"));
 }
 
 TEST(GPUImplLinux, AnswersOfTheAdapter) {
@@ -74,6 +75,7 @@ TEST(GPUImplLinux, AnswersOfTheAdapter) {
   FakeGL gl;
   gl.strings[GL_RENDERER] = "NVIDIA GeForce RTX 3070/PCIe/SSE2";
   gl.integers[0x9047] = 8 << 20;
+  gl.extensions = {"GL_NVX_gpu_memory_info"};
   gl.version = "4.6.0";
   const GPUList gpus = GPUImplLinux(tree.root()).DoGetGPUs();
   ASSERT_EQ(gpus.size(), 1U);
@@ -99,23 +101,30 @@ TEST(GPUImplLinux, LargerOfTheTwoFigures) {
     std::map<GLenum, GLint> figures;
     const char* gpus;
   } cases[] = {
-      {"intel-integrated", one, {{0x9047, 1 << 30}}, "GL 2048i "},
+      {"intel-integrated", one, {{0x9047, 4 << 20}}, "GL 4096i "},
       {"amd-integrated", one, {{0x87FC, 1 << 19}}, "GL 1856i "},
       {"amd-integrated", one, {{0x87FC, 2 << 20}}, "GL 2048i "},
       {"amd-legacy", one, {{0x87FC, 1 << 20}}, "GL 1024 "},
       {"amd-legacy", one, {{0x87FC, -1}}, "GL 0 "},
-      {"nvidia-no-drm", {{"", "", "0"}}, {{0x9047, 80 << 20}}, "GL 81920 "},
+      // What is free of the card's memory, and all of it.
+      {"amd-legacy", one, {{0x87FC, 1 << 20}, {0x9047, 2 << 20}}, "GL 2048 "},
+      {"nvidia-no-drm",
+       {{"", "", "0"}},
+       {{0x9047, 15 << 20}},
+       "NVIDIA Corporation TU104GL [Tesla T4] 15360 "},
       {"intel-nvidia-hybrid",
        two,
-       {{0x9047, 6 << 20}},
+       {},
        "Intel Corporation CoffeeLake-H GT2 [UHD Graphics 630] 2048i "
-       "NVIDIA Corporation TU106M [GeForce RTX 2060 Mobile] 6144 "},
+       "NVIDIA Corporation TU106M [GeForce RTX 2060 Mobile] 0 "},
   };
   for (const auto& c : cases) {
     const SysfsTree tree(SysfsTree::Recorded(c.machine));
     FakeGL gl;
     gl.devices = c.devices;
     gl.integers = c.figures;
+    for (const auto& [name, kibibytes] : c.figures)
+      gl.extensions.push_back(name == 0x9047 ? "GL_NVX_gpu_memory_info" : "GL_ATI_meminfo");
     gl.strings = {{GL_RENDERER, "GL"}, {GL_VENDOR, "NVIDIA Corporation"}};
     EXPECT_EQ(describe(GPUImplLinux(tree.root()).DoGetGPUs()), c.gpus) << c.machine;
   }

@@ -6,11 +6,11 @@
 #include <regex>
 #include <sstream>
 
-#include "DRMData.h"
-#include "LogCapture.h"
-#include "PCINames.h"
-#include "SysfsTree.h"
-#include "UnusedHardware.h"
+#include "linux/DRMData.h"
+#include "linux/PCINames.h"
+#include "linux/UnusedHardware.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/SysfsTree.h"
 
 namespace {
 

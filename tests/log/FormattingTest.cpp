@@ -5,11 +5,10 @@
 #include <thread>
 #include <vector>
 
-#include "Clock.h"
-#include "Fmt.h"
-#include "Quoting.h"
-#include "StringPrintf.h"
-#include "ThreadName.h"
+#include "log/Clock.h"
+#include "log/Fmt.h"
+#include "log/LogPrefix.h"
+#include "log/Quoting.h"
 
 namespace {
 

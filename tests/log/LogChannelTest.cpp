@@ -4,9 +4,9 @@
 #include <stdexcept>
 #include <thread>
 
-#include "LogCapture.h"
-#include "ReportFailure.h"
-#include "SnifferLog.h"
+#include "log/Diagnostic.h"
+#include "log/ReportFailure.h"
+#include "tests/support/LogCapture.h"
 
 namespace {
 
@@ -43,18 +43,18 @@ TEST(LogChannel, RecordsOfOneNameShareOneLevel) {
   channelLevel(first) = 3;
 }
 
-TEST(SnifferLog, WritesOnlyWhenOnAndNeverThrows) {
+TEST(Diagnostic, WritesOnlyWhenOnAndNeverThrows) {
   LogCapture logger;
   int& level = channelLevel(gpuSnifferChannel);
   const int before = level;
   level = 0;
-  SnifferLog{}("silent", Unprintable());
+  Diagnostic{}("silent", Unprintable());
   level = 1;
-  SnifferLog{}("index=", 3, " 100%s ", 0.5, ' ', true);
-  SnifferLog{}("lost", Unprintable());
+  Diagnostic{}("index=", 3, " 100%s ", 0.5, ' ', true);
+  Diagnostic{}("lost", Unprintable());
   // Whatever a driver says is one line, and not the end of the file either.
-  SnifferLog{}("a\r\nb\n\vc\x1A", std::string("d\0e", 3), "\xC3\xA4\x7F");
-  for (const char* end : {"\r", "\n", "\r\n", "\n\r"}) SnifferLog{}("end", end);
+  Diagnostic{}("a\r\nb\n\vc\x1A", std::string("d\0e", 3), "\xC3\xA4\x7F");
+  for (const char* end : {"\r", "\n", "\r\n", "\n\r"}) Diagnostic{}("end", end);
   level = before;
   EXPECT_EQ(logger.text, "index=3 100%s 0.5 1\na  b  c d e\xC3\xA4 \nend\nend\nend\nend\n");
 }

@@ -9,12 +9,10 @@
 #include <sstream>
 #include <tuple>
 
-#include "Clock.h"
-#include "LogPort.h"
-#include "NKFileLogger.h"
-#include "SingleLineLogger.h"
-#include "SnifferLogger.h"
-#include "ThreadName.h"
+#include "log/Clock.h"
+#include "log/LogPort.h"
+#include "log/LogPrefix.h"
+#include "log/Loggers.h"
 
 namespace fs = boost::filesystem;
 

@@ -2,8 +2,8 @@
 
 #include <vector>
 
-#include "LogCapture.h"
-#include "LogPrefix.h"
+#include "log/LogPrefix.h"
+#include "tests/support/LogCapture.h"
 
 TEST(LogPrefix, FieldsAndSeparators) {
   const auto prefixes = [](const std::vector<std::uint32_t>& masks) {

@@ -4,12 +4,10 @@
 #include <regex>
 #include <thread>
 
-#include "LogCapture.h"
-#include "LogPrefix.h"
-#include "LogScope.h"
-#include "NKNullLogger.h"
-#include "SingleLineLogger.h"
-#include "SnifferLogger.h"
+#include "log/LogPrefix.h"
+#include "log/Loggers.h"
+#include "log/NKLogger.h"
+#include "tests/support/LogCapture.h"
 
 TEST(NKLogger, MessagesAndLineEnds) {
   const std::pair<std::string, std::string> cases[] = {

@@ -1,4 +1,4 @@
-#include "FakeCL.h"
+#include "tests/support/FakeCL.h"
 
 #include <gtest/gtest.h>
 

@@ -5,8 +5,8 @@
 #include <utility>
 #include <vector>
 
-#include "ocl/Device.h"
-#include "ocl/ExtensionManager.h"
+#include "zor/ocl/Library.h"
+#include "zor/ocl/Objects.h"
 
 /// An OpenCL driver that is the test: it answers what the test sets, notes every call and counts
 /// its living objects. In place of the system's for its own lifetime; one at a time. At its end no

@@ -1,12 +1,12 @@
-#include "FakeGL.h"
+#include "tests/support/FakeGL.h"
 
 #include <algorithm>
 #include <iomanip>
 #include <sstream>
 #include <type_traits>
 
-#include "core/Exceptions.h"
-#include "ogl/GLEntryPoints.h"
+#include "zor/core/Exceptions.h"
+#include "zor/ogl/GLEntryPoints.h"
 
 using ZOR::Core::EntryPoint;
 

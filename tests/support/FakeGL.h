@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "ogl/Backend.h"
-#include "ogl/ContextOffscreen.h"
-#include "ogl/GLHeaders.h"
+#include "zor/ogl/Backend.h"
+#include "zor/ogl/ContextOffscreen.h"
+#include "zor/ogl/GLHeaders.h"
 
 /// An OpenGL binding whose driver is the test: it records every GL call with its arguments, and
 /// answers, fails and lacks what the test sets. In place of the system's for its own lifetime;

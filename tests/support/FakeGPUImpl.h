@@ -4,7 +4,7 @@
 #include <map>
 #include <string>
 
-#include "GPU.h"
+#include "gpu/GPU.h"
 
 /// What the test build's MakeGPUImpl() finds. Tests reset it.
 struct FakeMachine {

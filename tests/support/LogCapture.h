@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "SnifferLog.h"
+#include "log/Diagnostic.h"
 
 /// Turns the program's diagnostics on for its own lifetime and keeps all messages: as one text, as
 /// they are written (without a prefix unless the test sets flags), and one line each, with the line

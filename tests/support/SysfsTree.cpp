@@ -1,4 +1,4 @@
-#include "SysfsTree.h"
+#include "tests/support/SysfsTree.h"
 
 #include <boost/algorithm/string/replace.hpp>
 #include <cstdlib>

@@ -1,10 +1,10 @@
-#include "DXGIData.h"
+#include "win/DXGIData.h"
 
 #include <gtest/gtest.h>
 
-#include "DescFormat.h"
-#include "FakeWindows.h"
-#include "LogCapture.h"
+#include "tests/support/LogCapture.h"
+#include "tests/win/FakeWindows.h"
+#include "win/DescFormat.h"
 
 namespace {
 

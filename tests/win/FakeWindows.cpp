@@ -1,15 +1,15 @@
 // The C view of the interfaces: a table of functions, of which only the used ones are filled. A
 // call of any other one ends the test program.
 #define CINTERFACE
-#include "FakeWindows.h"
+#include "tests/win/FakeWindows.h"
 
 #include <gtest/gtest.h>
 #include <windows.h>
 
 #include <wbemcli.h>
 
-#include "ReportFailure.h"
-#include "WindowsApi.h"
+#include "log/ReportFailure.h"
+#include "win/WindowsApi.h"
 
 namespace {
 

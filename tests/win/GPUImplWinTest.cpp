@@ -1,11 +1,11 @@
-#include "GPUImplWin.h"
+#include "win/GPUImplWin.h"
 
 #include <gtest/gtest.h>
 
-#include "FakeGL.h"
-#include "FakeWindows.h"
-#include "GPU.h"
-#include "LogCapture.h"
+#include "gpu/GPU.h"
+#include "tests/support/FakeGL.h"
+#include "tests/support/LogCapture.h"
+#include "tests/win/FakeWindows.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
-#include "WMIData.h"
+#include "win/WMIData.h"
 
 #include <gtest/gtest.h>
 
-#include "FakeWindows.h"
-#include "LogCapture.h"
+#include "tests/support/LogCapture.h"
+#include "tests/win/FakeWindows.h"
 
 namespace {
 

@@ -2,13 +2,13 @@
 
 #include <algorithm>
 
-#include "FakeGL.h"
-#include "core/Exceptions.h"
-#include "ogl/ExtensionManager.h"
-#include "ogl/Framebuffer.h"
-#include "ogl/OpenGLInterceptor.h"
-#include "ogl/ScopedContextWrapper.h"
-#include "ogl/Texture2D.h"
+#include "tests/support/FakeGL.h"
+#include "zor/core/Exceptions.h"
+#include "zor/ogl/ExtensionManager.h"
+#include "zor/ogl/Framebuffer.h"
+#include "zor/ogl/OpenGLInterceptor.h"
+#include "zor/ogl/ScopedContextWrapper.h"
+#include "zor/ogl/Texture2D.h"
 
 using ZOR::OGL::Context;
 using ZOR::OGL::ContextOffscreen;

@@ -1,12 +1,12 @@
-#include "ogl/ExtensionManager.h"
+#include "zor/ogl/ExtensionManager.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <tuple>
 
-#include "FakeGL.h"
-#include "ogl/OpenGLInterceptor.h"
+#include "tests/support/FakeGL.h"
+#include "zor/ogl/OpenGLInterceptor.h"
 
 using ZOR::OGL::ContextOffscreen;
 using ZOR::OGL::ExtensionManager;

@@ -1,9 +1,9 @@
 #include <gmock/gmock.h>
 
-#include "FakeCL.h"
-#include "core/Library.h"
-#include "ocl/Library.h"
-#include "ocl/Platform.h"
+#include "tests/support/FakeCL.h"
+#include "zor/core/Library.h"
+#include "zor/ocl/Library.h"
+#include "zor/ocl/Objects.h"
 
 using namespace ZOR::OCL;
 

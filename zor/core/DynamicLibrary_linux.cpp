@@ -1,7 +1,7 @@
 #include <dlfcn.h>
 
-#include "core/DynamicLibrary.h"
-#include "core/Exceptions.h"
+#include "zor/core/DynamicLibrary.h"
+#include "zor/core/Exceptions.h"
 
 namespace ZOR::Core {
 

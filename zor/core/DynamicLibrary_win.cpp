@@ -1,8 +1,8 @@
 #include <windows.h>
 
-#include "core/DynamicLibrary.h"
-#include "core/Exceptions.h"
-#include "core/SystemError_win.h"
+#include "zor/core/DynamicLibrary.h"
+#include "zor/core/Exceptions.h"
+#include "zor/core/SystemError_win.h"
 
 namespace ZOR::Core {
 

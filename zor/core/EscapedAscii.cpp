@@ -1,4 +1,4 @@
-#include "core/EscapedAscii.h"
+#include "zor/core/EscapedAscii.h"
 
 namespace ZOR::Core {
 

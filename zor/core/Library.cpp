@@ -1,4 +1,4 @@
-#include "core/Library.h"
+#include "zor/core/Library.h"
 
 namespace ZOR::Core {
 namespace {

@@ -1,8 +1,8 @@
-#include "core/SystemError_win.h"
+#include "zor/core/SystemError_win.h"
 
 #include <windows.h>
 
-#include "core/Exceptions.h"
+#include "zor/core/Exceptions.h"
 
 namespace ZOR::Core {
 

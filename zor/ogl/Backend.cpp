@@ -1,4 +1,4 @@
-#include "ogl/Backend.h"
+#include "zor/ogl/Backend.h"
 
 namespace ZOR::OGL {
 namespace {

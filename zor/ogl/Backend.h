@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "core/DynamicLibrary.h"
-#include "ogl/DisplayDeviceKey.h"
+#include "zor/core/DynamicLibrary.h"
+#include "zor/ogl/DisplayDeviceKey.h"
 
 namespace ZOR::OGL {
 
@@ -23,6 +23,10 @@ class NativeContext {
   virtual std::string remark() const { return {}; }
 };
 
+/// Asked before a context is made on a device that was listed; false leaves the device out. Null,
+/// the default, leaves none out.
+inline bool (*deviceFilter)(const DisplayDeviceKey& key) = nullptr;
+
 /// The window system's OpenGL binding (EGL or WGL), and the seam at which tests put their own.
 class Backend {
  public:
@@ -31,8 +35,10 @@ class Backend {
   /// Opens the binding's library. Throws LogicalException. Repeatable; the other operations
   /// do it themselves when it was not done.
   virtual void initialize() = 0;
+  /// The same each time where the binding gives devices a handle of their own (EGL).
   virtual std::vector<DisplayDeviceKey> displayDevices() = 0;
-  /// The device that programs get by default; throws LogicalException when there is none.
+  /// The device that programs get by default: the desktop's (WGL), the first that gives a context
+  /// (EGL). Throws LogicalException when there is none, which says why the first gave none.
   virtual DisplayDeviceKey primaryDisplayDevice() = 0;
   /// A compatibility-profile context; throws LogicalException that names the failing call.
   virtual std::unique_ptr<NativeContext> createContext(const DisplayDeviceKey& key) = 0;

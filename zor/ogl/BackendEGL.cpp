@@ -1,14 +1,12 @@
+#include <exception>
 #include <optional>
-#include <set>
 
-#include "core/Exceptions.h"
-#include "ogl/Backend.h"
-#include "ogl/EGLApi.h"
+#include "zor/core/Exceptions.h"
+#include "zor/ogl/Backend.h"
+#include "zor/ogl/EGLApi.h"
 
 namespace ZOR::OGL {
 namespace {
-
-class EGLNativeContext;
 
 /// Stands for the display of a machine whose EGL can't list its devices.
 constexpr char kDefaultDisplay[] = "default";
@@ -17,28 +15,10 @@ std::string textOrEmpty(const char* text) {
   return text ? text : "";
 }
 
-/// Contexts that are still alive when the process ends. The driver tears itself down in exit
-/// handlers that it set up after our own long-lived objects were made, that is, before those are
-/// destroyed; what they hold is therefore released here, while the driver still stands.
-class LiveContexts {
- public:
-  ~LiveContexts();
-  std::set<EGLNativeContext*> all;
-};
-
-LiveContexts& liveContexts() {
-  static LiveContexts contexts;
-  return contexts;
-}
-
 class EGLNativeContext : public NativeContext {
  public:
   EGLNativeContext(const EGLApi& egl, EGLDisplay display);
-  ~EGLNativeContext() override {
-    if (fReleased) return;
-    release();
-    liveContexts().all.erase(this);
-  }
+  ~EGLNativeContext() override;
 
   void makeCurrent() override {
     if (!fEGL.eglMakeCurrent(fDisplay, fSurface, fSurface, fContext)) fEGL.fail("eglMakeCurrent");
@@ -48,8 +28,6 @@ class EGLNativeContext : public NativeContext {
     return textOrEmpty(fEGL.eglGetDisplayDriverName ? fEGL.eglGetDisplayDriverName(fDisplay)
                                                     : nullptr);
   }
-
-  void release() noexcept;
 
  private:
   // Delegated to, so that the destructor cleans up after a constructor that throws half-way.
@@ -61,18 +39,12 @@ class EGLNativeContext : public NativeContext {
   EGLDisplay fDisplay;
   EGLContext fContext = EGL_NO_CONTEXT;
   EGLSurface fSurface = EGL_NO_SURFACE;
-  bool fReleased = false;
 };
-
-LiveContexts::~LiveContexts() {
-  for (EGLNativeContext* context : all) context->release();
-}
 
 EGLNativeContext::EGLNativeContext(const EGLApi& egl, EGLDisplay display)
     : EGLNativeContext(egl, display, Nothing()) {
   // The display is never terminated: EGL hands every user of a device the same one.
   if (!egl.eglInitialize(display, nullptr, nullptr)) egl.fail("eglInitialize");
-  liveContexts().all.insert(this);
   if (!egl.eglBindAPI(EGL_OPENGL_API)) egl.fail("eglBindAPI");
   const EGLConfig config = chooseConfig();
   // Without attributes a driver gives the highest version that still has the fixed functions.
@@ -83,14 +55,13 @@ EGLNativeContext::EGLNativeContext(const EGLApi& egl, EGLDisplay display)
   if (fSurface == EGL_NO_SURFACE) egl.fail("eglCreatePbufferSurface");
 }
 
-void EGLNativeContext::release() noexcept {
+EGLNativeContext::~EGLNativeContext() {
   if (fContext != EGL_NO_CONTEXT) {
     if (fEGL.eglGetCurrentContext() == fContext)
       fEGL.eglMakeCurrent(fDisplay, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
     fEGL.eglDestroyContext(fDisplay, fContext);
   }
   if (fSurface != EGL_NO_SURFACE) fEGL.eglDestroySurface(fDisplay, fSurface);
-  fReleased = true;
 }
 
 EGLConfig EGLNativeContext::chooseConfig() const {
@@ -112,6 +83,9 @@ EGLConfig EGLNativeContext::chooseConfig() const {
   return config;
 }
 
+/// Devices are known by handles, which stay theirs for the life of the process
+/// (EGL_EXT_device_base), while a device that goes away moves the others up in EGL's list. So the
+/// list is read once, and asking for it is slow: Mesa looks at every card of the machine.
 class BackendEGL : public Backend {
  public:
   void initialize() override { api(); }
@@ -122,16 +96,26 @@ class BackendEGL : public Backend {
   Core::EntryPoint entryPoint(const char* name) override { return api().eglGetProcAddress(name); }
 
  private:
+  struct Device {
+    EGLDeviceEXT handle;  // EGL_NO_DEVICE_EXT where EGL can't list its devices
+    DisplayDeviceKey key;
+  };
+
   const EGLApi& api() {
     if (!fEGL) fEGL.emplace();
     return *fEGL;
   }
   bool enumeratesDevices();
-  std::vector<EGLDeviceEXT> devices();
-  EGLDisplay display(const DisplayDeviceKey& key);
+  const std::vector<Device>& devices();
+  std::vector<EGLDeviceEXT> queryDevices();
+  EGLDisplay display(const Device& device);
   DisplayDeviceKey describe(EGLDeviceEXT device, size_t index);
 
   std::optional<EGLApi> fEGL;
+  std::optional<std::vector<Device>> fDevices;
+  /// The primary device's first context waits here for the one who asks for it.
+  std::unique_ptr<NativeContext> fPrimaryContext;
+  std::string fPrimaryID;
 };
 
 bool BackendEGL::enumeratesDevices() {
@@ -144,13 +128,16 @@ bool BackendEGL::enumeratesDevices() {
          api().eglGetPlatformDisplayEXT;
 }
 
-std::vector<EGLDeviceEXT> BackendEGL::devices() {
-  EGLint count = 0;
-  if (!api().eglQueryDevicesEXT(0, nullptr, &count)) api().fail("eglQueryDevicesEXT");
-  std::vector<EGLDeviceEXT> devices(static_cast<size_t>(count));
-  if (!api().eglQueryDevicesEXT(count, devices.data(), &count)) api().fail("eglQueryDevicesEXT");
-  devices.resize(static_cast<size_t>(count));
-  return devices;
+std::vector<EGLDeviceEXT> BackendEGL::queryDevices() {
+  // Asking for the number first would make the driver look twice.
+  std::vector<EGLDeviceEXT> devices(64);
+  for (EGLint count = 0;; devices.resize(devices.size() * 2)) {
+    const auto room = static_cast<EGLint>(devices.size());
+    if (!api().eglQueryDevicesEXT(room, devices.data(), &count)) api().fail("eglQueryDevicesEXT");
+    if (count == room) continue;
+    devices.resize(static_cast<size_t>(count));
+    return devices;
+  }
 }
 
 DisplayDeviceKey BackendEGL::describe(EGLDeviceEXT device, size_t index) {
@@ -171,36 +158,55 @@ DisplayDeviceKey BackendEGL::describe(EGLDeviceEXT device, size_t index) {
   return key;
 }
 
+const std::vector<BackendEGL::Device>& BackendEGL::devices() {
+  if (fDevices) return *fDevices;
+  std::vector<Device> devices;
+  if (enumeratesDevices())
+    for (EGLDeviceEXT handle : queryDevices())
+      devices.push_back({handle, describe(handle, devices.size())});
+  else
+    devices.push_back({EGL_NO_DEVICE_EXT, {kDefaultDisplay, "", "0"}});
+  return fDevices.emplace(std::move(devices));
+}
+
 std::vector<DisplayDeviceKey> BackendEGL::displayDevices() {
-  if (!enumeratesDevices()) return {{kDefaultDisplay, "", kDefaultDisplay}};
   std::vector<DisplayDeviceKey> keys;
-  for (EGLDeviceEXT device : devices()) keys.push_back(describe(device, keys.size()));
+  for (const Device& device : devices()) keys.push_back(device.key);
   return keys;
 }
 
 DisplayDeviceKey BackendEGL::primaryDisplayDevice() {
-  const std::vector<DisplayDeviceKey> keys = displayDevices();
-  if (keys.empty()) throw LogicalException("eglQueryDevicesEXT: no device");
-  return keys.front();
+  std::exception_ptr firstFailure;
+  for (const Device& device : devices()) {
+    if (deviceFilter && !deviceFilter(device.key)) continue;
+    try {
+      fPrimaryContext = createContext(device.key);
+      fPrimaryID = device.key.displayID;
+      return device.key;
+    } catch (const LogicalException&) {
+      if (!firstFailure) firstFailure = std::current_exception();
+    }
+  }
+  if (firstFailure) std::rethrow_exception(firstFailure);
+  throw LogicalException("eglQueryDevicesEXT: no device");
 }
 
-EGLDisplay BackendEGL::display(const DisplayDeviceKey& key) {
-  if (key.displayID == kDefaultDisplay) {
+EGLDisplay BackendEGL::display(const Device& device) {
+  if (device.handle == EGL_NO_DEVICE_EXT) {
     const EGLDisplay display = api().eglGetDisplay(EGL_DEFAULT_DISPLAY);
     if (display == EGL_NO_DISPLAY) api().fail("eglGetDisplay");
     return display;
   }
-  const std::vector<EGLDeviceEXT> all = devices();
-  const size_t index = std::stoul(key.displayID);
-  if (index >= all.size()) throw LogicalException("eglQueryDevicesEXT: the device is gone");
   const EGLDisplay display =
-      api().eglGetPlatformDisplayEXT(EGL_PLATFORM_DEVICE_EXT, all[index], nullptr);
+      api().eglGetPlatformDisplayEXT(EGL_PLATFORM_DEVICE_EXT, device.handle, nullptr);
   if (display == EGL_NO_DISPLAY) api().fail("eglGetPlatformDisplayEXT");
   return display;
 }
 
 std::unique_ptr<NativeContext> BackendEGL::createContext(const DisplayDeviceKey& key) {
-  return std::make_unique<EGLNativeContext>(api(), display(key));
+  if (fPrimaryContext && key.displayID == fPrimaryID) return std::move(fPrimaryContext);
+  return std::make_unique<EGLNativeContext>(api(),
+                                            display(devices().at(std::stoul(key.displayID))));
 }
 
 std::function<void()> BackendEGL::saveCurrent() {

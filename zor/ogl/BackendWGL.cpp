@@ -2,11 +2,11 @@
 
 #include <optional>
 
-#include "core/EscapedAscii.h"
-#include "core/Exceptions.h"
-#include "core/SystemError_win.h"
-#include "ogl/Backend.h"
-#include "ogl/HiddenWindow_win.h"
+#include "zor/core/EscapedAscii.h"
+#include "zor/core/Exceptions.h"
+#include "zor/core/SystemError_win.h"
+#include "zor/ogl/Backend.h"
+#include "zor/ogl/HiddenWindow_win.h"
 
 namespace ZOR::OGL {
 namespace {
@@ -106,7 +106,9 @@ class BackendWGL : public Backend {
 
   DisplayDeviceKey primaryDisplayDevice() override {
     for (const DISPLAY_DEVICEW& device : desktopDevices())
-      if (device.StateFlags & DISPLAY_DEVICE_PRIMARY_DEVICE) return keyOf(device);
+      if (device.StateFlags & DISPLAY_DEVICE_PRIMARY_DEVICE) {
+        if (!deviceFilter || deviceFilter(keyOf(device))) return keyOf(device);
+      }
     throw LogicalException("EnumDisplayDevices: no primary device");
   }
 

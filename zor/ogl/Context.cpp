@@ -1,6 +1,6 @@
-#include "ogl/Context.h"
+#include "zor/ogl/Context.h"
 
-#include "ogl/Backend.h"
+#include "zor/ogl/Backend.h"
 
 namespace ZOR::OGL {
 
@@ -12,7 +12,7 @@ bool Context::DisplayDevice(uint64_t index, DisplayDeviceKey& key) {
   const std::vector<DisplayDeviceKey> devices = Backend::Instance().displayDevices();
   if (index >= devices.size()) return false;
   key = devices[index];
-  return true;
+  return !deviceFilter || deviceFilter(key);
 }
 
 DisplayDeviceKey Context::PrimaryDisplayDevice() {

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "ogl/DisplayDeviceKey.h"
+#include "zor/ogl/DisplayDeviceKey.h"
 
 namespace ZOR::OGL {
 
@@ -15,7 +15,8 @@ class Context {
 
   virtual void makeCurrent() = 0;
 
-  /// Counts, fills the index-th key (false when there is none), or gives the key of the device
+  /// Counts, fills the index-th key (false when there is none, or when it is left out by
+  /// deviceFilter), or gives the key of the device
   /// that programs use by default. All throw LogicalException when the OpenGL binding or, for
   /// the primary one, every device is missing.
   static uint64_t NumDisplayDevice();

@@ -1,7 +1,7 @@
-#include "ogl/ContextOffscreen.h"
+#include "zor/ogl/ContextOffscreen.h"
 
-#include "ogl/Backend.h"
-#include "ogl/ContextState.h"
+#include "zor/ogl/Backend.h"
+#include "zor/ogl/ContextState.h"
 
 namespace ZOR::OGL {
 

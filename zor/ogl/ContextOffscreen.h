@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "ogl/Context.h"
+#include "zor/ogl/Context.h"
 
 namespace ZOR::OGL {
 

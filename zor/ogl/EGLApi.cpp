@@ -1,10 +1,10 @@
-#include "ogl/EGLApi.h"
+#include "zor/ogl/EGLApi.h"
 
 #include <iomanip>
 #include <sstream>
 #include <string_view>
 
-#include "core/Exceptions.h"
+#include "zor/core/Exceptions.h"
 
 namespace ZOR::OGL {
 namespace {

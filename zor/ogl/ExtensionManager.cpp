@@ -1,11 +1,11 @@
-#include "ogl/ExtensionManager.h"
+#include "zor/ogl/ExtensionManager.h"
 
 #include <algorithm>
 #include <charconv>
 #include <tuple>
 
-#include "ogl/ContextState.h"
-#include "ogl/OpenGLInterceptor.h"
+#include "zor/ogl/ContextState.h"
+#include "zor/ogl/OpenGLInterceptor.h"
 
 namespace ZOR::OGL {
 namespace {

@@ -1,8 +1,8 @@
-#include "ogl/Framebuffer.h"
+#include "zor/ogl/Framebuffer.h"
 
-#include "ogl/ExtensionManager.h"
-#include "ogl/OpenGLInterceptor.h"
-#include "ogl/Texture2D.h"
+#include "zor/ogl/ExtensionManager.h"
+#include "zor/ogl/OpenGLInterceptor.h"
+#include "zor/ogl/Texture2D.h"
 
 namespace ZOR::OGL {
 namespace {

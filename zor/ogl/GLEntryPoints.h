@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ogl/GLHeaders.h"
+#include "zor/ogl/GLHeaders.h"
 
 /// Every OpenGL function that this library and its users call, grouped by the version or extension
 /// that brought it.

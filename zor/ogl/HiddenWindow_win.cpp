@@ -1,8 +1,8 @@
-#include "ogl/HiddenWindow_win.h"
+#include "zor/ogl/HiddenWindow_win.h"
 
 #include <algorithm>
 
-#include "core/SystemError_win.h"
+#include "zor/core/SystemError_win.h"
 
 namespace ZOR::OGL {
 namespace {

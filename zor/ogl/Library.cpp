@@ -1,8 +1,8 @@
-#include "ogl/Library.h"
+#include "zor/ogl/Library.h"
 
-#include "core/Exceptions.h"
-#include "core/Library.h"
-#include "ogl/Backend.h"
+#include "zor/core/Exceptions.h"
+#include "zor/core/Library.h"
+#include "zor/ogl/Backend.h"
 
 namespace ZOR::OGL {
 

@@ -1,6 +1,6 @@
-#include "ogl/OpenGLInterceptor.h"
+#include "zor/ogl/OpenGLInterceptor.h"
 
-#include "ogl/ContextState.h"
+#include "zor/ogl/ContextState.h"
 
 namespace ZOR::OGL {
 

@@ -2,9 +2,9 @@
 
 #include <string>
 
-#include "core/Exceptions.h"
-#include "ogl/Backend.h"
-#include "ogl/GLEntryPoints.h"
+#include "zor/core/Exceptions.h"
+#include "zor/ogl/Backend.h"
+#include "zor/ogl/GLEntryPoints.h"
 
 /// The first two arguments of every intercepted call: where the caller stands.
 #define ZOR_HERE __FILE__, __LINE__

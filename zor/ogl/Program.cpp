@@ -1,9 +1,9 @@
-#include "ogl/Program.h"
+#include "zor/ogl/Program.h"
 
 #include <string>
 
-#include "ogl/ExtensionManager.h"
-#include "ogl/OpenGLInterceptor.h"
+#include "zor/ogl/ExtensionManager.h"
+#include "zor/ogl/OpenGLInterceptor.h"
 
 namespace ZOR::OGL {
 namespace {

@@ -1,6 +1,6 @@
-#include "ogl/Texture2D.h"
+#include "zor/ogl/Texture2D.h"
 
-#include "ogl/OpenGLInterceptor.h"
+#include "zor/ogl/OpenGLInterceptor.h"
 
 namespace ZOR::OGL {
 namespace {
