@@ -1,14 +1,16 @@
 // Programs that behave badly, one a mode: zoo MODE [ARGUMENT].
-#include "Zoo.h"
+#include "tests/nkutil/Zoo.h"
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <functional>
-#include <map>
+#include <thread>
 
 namespace {
 
-using Arguments = std::vector<std::string>;
+using zoo::Apart;
+using zoo::Arguments;
+using zoo::startSelf;
 
 volatile bool endless = true;
 
@@ -31,81 +33,60 @@ void say(const std::string& text) {
   std::fflush(stdout);
 }
 
+void sleepMs(int milliseconds) {
+  std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+}
+
 void sleepOn() {
-  zoo::sleepMs(60000);
+  sleepMs(60000);
 }
 
-int copyInput() {
-  for (int c = 0; (c = std::getchar()) != EOF;) std::putchar(c);
-  return 0;
+void sayVariable(const char* name) {
+  const char* value = std::getenv(name);
+  say(value ? value : "(none)");
 }
 
-const std::map<std::string, std::function<int(const Arguments&)>> kModes = {
-    {"exit", [](const Arguments& a) { return std::atoi(a[0].c_str()); }},
-    {"say", [](const Arguments& a) { return say(a[0]), 0; }},
-    {"say-then-sleep", [](const Arguments& a) { return say(a[0]), sleepOn(), 0; }},
-    {"unfinished", [](const Arguments&) { return say("one\ntwo"), 0; }},
-    {"zeros", [](const Arguments&) { return say(std::string("a\0b\n", 4)), 0; }},
-    {"cut-crlf", [](const Arguments&) { return say("a\r"), zoo::sleepMs(60), say("\nb\r\n"), 0; }},
-    {"one-long-line",
-     [](const Arguments& a) {
-       return say(std::string(static_cast<std::size_t>(std::atoi(a[0].c_str())), 'x') + "\n"), 0;
-     }},
-    {"arguments",
-     [](const Arguments& a) {
-       for (const std::string& each : a) say(each + '\0');
-       return 0;
-     }},
-    {"variable",
-     [](const Arguments& a) {
-       const char* value = std::getenv(a[0].c_str());
-       return say(value ? value : "(none)"), 0;
-     }},
-    {"copy", [](const Arguments&) { return copyInput(); }},
-    {"print", [](const Arguments& a) { return flood(stdout, std::atol(a[0].c_str())), 0; }},
-    {"flood-errors", [](const Arguments&) { return flood(stderr, 8), say("after\n"), 0; }},
-    {"drip",
-     [](const Arguments&) {
-       for (;;) say("x"), zoo::sleepMs(1000);
-       return 0;
-     }},
-    {"spin",
-     [](const Arguments&) {
-       for (volatile int i = 0;;) i = i + 1;
-       return 0;
-     }},
-    {"sleep", [](const Arguments&) { return sleepOn(), 0; }},
-    {"ignore", [](const Arguments&) { return zoo::ignoreRequests(), say("x"), sleepOn(), 0; }},
-    {"closed", [](const Arguments&) { return zoo::closeStreams(), sleepOn(), 0; }},
-    {"abort", [](const Arguments&) { return std::abort(), 0; }},
-    {"overflow", [](const Arguments&) { return overflow(nullptr); }},
-    {"grandchild",
-     [](const Arguments&) { return zoo::startSelf({"sleep"}, zoo::Apart::No), say("x"), 0; }},
-    {"grandchild-id",
-     [](const Arguments&) {
-       return say(std::to_string(zoo::startSelf({"sleep"}, zoo::Apart::No))), 0;
-     }},
-    {"left-session",
-     [](const Arguments&) {
-       return zoo::startSelf({"start-apart"}, zoo::Apart::No), zoo::sleepMs(100), say("x"), 0;
-     }},
-    {"start-apart",
-     [](const Arguments&) { return zoo::startSelf({"sleep"}, zoo::Apart::Session), 0; }},
-    {"storm",
-     [](const Arguments& a) {
-       for (int i = std::atoi(a[0].c_str()); i > 0; --i) zoo::startSelf({"sleep"}, zoo::Apart::No);
-       return say("x"), sleepOn(), 0;
-     }},
+void startStorm(int size) {
+  for (; size > 0; --size) startSelf("sleep", Apart::No);
+  say("x"), sleepOn();
+}
+
+// clang-format off
+const zoo::Modes kModes = {
+    {"exit", [](const Arguments& a) { std::exit(std::stoi(a[0])); }},
+    {"abort", [](const Arguments&) { std::abort(); }},
+    {"overflow", [](const Arguments&) { overflow(nullptr); }},
+    {"say", [](const Arguments& a) { say(a[0]); }},
+    {"unfinished", [](const Arguments&) { say("one\ntwo"); }},
+    {"zeros", [](const Arguments&) { say(std::string("a\0b\n", 4)); }},
+    {"cut-crlf", [](const Arguments&) { say("a\r"), sleepMs(60), say("\nb\r\n"); }},
+    {"long-line", [](const Arguments&) { say(std::string(64 << 20, 'x') + "\n"); }},
+    {"arguments", [](const Arguments& a) { for (const std::string& each : a) say(each + '\0'); }},
+    {"variable", [](const Arguments& a) { sayVariable(a[0].c_str()); }},
+    {"copy", [](const Arguments&) { for (int c = 0; (c = std::getchar()) != EOF;) std::putchar(c); }},
+    {"print", [](const Arguments& a) { flood(stdout, std::stol(a[0])); }},
+    {"flood-errors", [](const Arguments&) { flood(stderr, 8), say("after\n"); }},
+    {"drip", [](const Arguments&) { for (;;) say("x"), sleepMs(1000); }},
+    {"spin", [](const Arguments&) { for (volatile int i = 0;;) i = i + 1; }},
+    {"sleep", [](const Arguments&) { sleepOn(); }},
+    {"ignore", [](const Arguments&) { zoo::ignoreRequests(), say("x"), sleepOn(); }},
+    {"closed", [](const Arguments&) { for (FILE* each : {stdin, stdout, stderr}) std::fclose(each); sleepOn(); }},
+    {"grandchild", [](const Arguments&) { startSelf("sleep", Apart::No), say("x"); }},
+    {"grandchild-id", [](const Arguments&) { say(std::to_string(startSelf("sleep", Apart::No))); }},
+    {"left-session", [](const Arguments&) { startSelf("start-apart", Apart::No), sleepMs(100), say("x"); }},
+    {"start-apart", [](const Arguments&) { startSelf("sleep", Apart::Session); }},
+    {"storm", [](const Arguments& a) { startStorm(std::stoi(a[0])); }},
 };
+// clang-format on
 
 }  // namespace
 
-int zoo::run(Arguments arguments) {
-  begin();
-  if (arguments.size() < 2) return 2;
-  const std::string mode = arguments[1];
-  arguments.erase(arguments.begin(), arguments.begin() + 2);
-  const auto found = kModes.find(mode);
-  if (found != kModes.end()) return found->second(arguments);
-  return special(mode, arguments) ? 0 : 2;
+int zoo::run(const Arguments& all) {
+  for (const Modes* modes : {&kModes, &systemModes()}) {
+    const auto found = modes->find(all.size() > 1 ? all[1] : "");
+    if (found == modes->end()) continue;
+    found->second({all.begin() + 2, all.end()});
+    return 0;
+  }
+  return 2;
 }

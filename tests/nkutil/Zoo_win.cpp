@@ -2,33 +2,12 @@
 #include <io.h>
 #include <windows.h>
 
-#include <cstdio>
+#include "tests/nkutil/Zoo.h"
 
-#include "Zoo.h"
-
-namespace zoo {
-
-namespace {
-
-std::string utf8(const wchar_t* text) {
-  std::string narrow(std::wcslen(text) * 3 + 1, '\0');
-  narrow.resize(static_cast<std::size_t>(WideCharToMultiByte(
-      CP_UTF8, 0, text, -1, narrow.data(), static_cast<int>(narrow.size()), nullptr, nullptr)));
-  narrow.pop_back();
-  return narrow;
-}
-
-}  // namespace
-
-void begin() {
-  SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
-  for (const int descriptor : {0, 1, 2}) _setmode(descriptor, _O_BINARY);
-}
-
-int startSelf(const std::vector<std::string>& arguments, Apart apart) {
+int zoo::startSelf(const char* mode, Apart apart) {
   char path[MAX_PATH];
   GetModuleFileNameA(nullptr, path, MAX_PATH);
-  std::string line = '"' + std::string(path) + "\" " + arguments[0];
+  std::string line = '"' + std::string(path) + "\" " + mode;
   STARTUPINFOA info{};
   info.cb = sizeof info;
   PROCESS_INFORMATION made{};
@@ -38,37 +17,26 @@ int startSelf(const std::vector<std::string>& arguments, Apart apart) {
   return static_cast<int>(made.dwProcessId);
 }
 
-void sleepMs(int milliseconds) {
-  Sleep(static_cast<DWORD>(milliseconds));
-}
-
-void closeStreams() {
-  for (const int descriptor : {0, 1, 2}) _close(descriptor);
-}
-
-void ignoreRequests() {
+void zoo::ignoreRequests() {
   SetConsoleCtrlHandler(nullptr, TRUE);
 }
 
-bool special(const std::string& mode, const std::vector<std::string>&) {
-  if (mode == "segv") {
-    RaiseException(EXCEPTION_ACCESS_VIOLATION, 0, 0, nullptr);
-  } else if (mode == "fpe") {
-    RaiseException(EXCEPTION_INT_DIVIDE_BY_ZERO, 0, 0, nullptr);
-  } else if (mode == "inherited") {
-    DWORD count = 0;
-    GetProcessHandleCount(GetCurrentProcess(), &count);
-    std::printf("%lu", count);
-  } else {
-    return false;
-  }
-  return true;
+const zoo::Modes& zoo::systemModes() {
+  static const Modes all = {{"raise", [](const Arguments& a) {
+                               const auto code = std::stoul(a[0], nullptr, 16);
+                               RaiseException(static_cast<DWORD>(code), 0, 0, nullptr);
+                             }}};
+  return all;
 }
 
-}  // namespace zoo
-
 int wmain(int count, wchar_t** values) {
-  std::vector<std::string> arguments;
-  for (int i = 0; i < count; ++i) arguments.push_back(zoo::utf8(values[i]));
-  return zoo::run(std::move(arguments));
+  SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
+  for (const int descriptor : {0, 1, 2}) _setmode(descriptor, _O_BINARY);
+  zoo::Arguments all;
+  for (int i = 0; i < count; ++i) {
+    char text[32768 * 3];
+    WideCharToMultiByte(CP_UTF8, 0, values[i], -1, text, sizeof text, nullptr, nullptr);
+    all.emplace_back(text);
+  }
+  return zoo::run(all);
 }
