@@ -5,8 +5,6 @@
 
 namespace nkutil::test {
 
-namespace {
-
 Time at(int ms) {
   return Time{} + Milliseconds(ms);
 }
@@ -107,7 +105,5 @@ TEST(ScriptedLauncher, PlaysEverySortOfProgramInNoTime) {
     EXPECT_NE(nkutil::Run(launcher, {}, kForever).error->message().find(part), std::string::npos);
   EXPECT_EQ(launcher.commands().size(), 7U);
 }
-
-}  // namespace
 
 }  // namespace nkutil::test

@@ -84,8 +84,7 @@ int check(bool right, const std::string& what) {
 
 int checkOutput() {
   const RunResult result = run(zoo({"say", "x"}));
-  return check(!result.error && result.out.text == "x" && result.ending.name() == "exit code 0",
-               result.error ? result.error->message() : result.out.text);
+  return check(result.out.text + result.ending.name() == "xexit code 0", "the output");
 }
 
 /// The state is known, the exit code is not; a kill works as ever.
@@ -95,9 +94,8 @@ int ignoresSigchld() {
   Command endless = zoo({"storm", "3"});
   endless.killBudget = kSurely;
   const RunResult killed = run(endless, in(kShort));
-  return check(!ended.error && ended.ending.name() == "unknown" && !ended.timedOut, "the end") +
-         check(killed.timedOut && !killed.stuck, "the kill") +
-         check(countLeftovers().processes == 0, "processes are left");
+  return check(ended.ending.name() == "unknown" && ended.id && !ended.timedOut, "the end") +
+         check(killed.timedOut && !killed.stuck && !countLeftovers().processes, "the kill");
 }
 
 int closedStreams() {
@@ -143,6 +141,7 @@ int untouched() {
   sigaddset(&some, SIGTERM);
   pthread_sigmask(SIG_BLOCK, &some, nullptr);
   for (int i = 0; i < 50; ++i) dup(0);
+  std::thread([] {}).join();  // with the first, the C library sets handlers of its own
   const std::string before = hostState();
   const std::string zeros = ":\t" + std::string(16, '0') + "\n";
   const std::string right =

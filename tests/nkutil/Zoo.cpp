@@ -37,20 +37,6 @@ void sleepMs(int milliseconds) {
   std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
 }
 
-void sleepOn() {
-  sleepMs(60000);
-}
-
-void sayVariable(const char* name) {
-  const char* value = std::getenv(name);
-  say(value ? value : "(none)");
-}
-
-void startStorm(int size) {
-  for (; size > 0; --size) startSelf("sleep", Apart::No);
-  say("x"), sleepOn();
-}
-
 // clang-format off
 const zoo::Modes kModes = {
     {"exit", [](const Arguments& a) { std::exit(std::stoi(a[0])); }},
@@ -62,20 +48,20 @@ const zoo::Modes kModes = {
     {"cut-crlf", [](const Arguments&) { say("a\r"), sleepMs(60), say("\nb\r\n"); }},
     {"long-line", [](const Arguments&) { say(std::string(64 << 20, 'x') + "\n"); }},
     {"arguments", [](const Arguments& a) { for (const std::string& each : a) say(each + '\0'); }},
-    {"variable", [](const Arguments& a) { sayVariable(a[0].c_str()); }},
+    {"variable", [](const Arguments& a) { const char* value = std::getenv(a[0].c_str()); say(value ? value : "(none)"); }},
     {"copy", [](const Arguments&) { for (int c = 0; (c = std::getchar()) != EOF;) std::putchar(c); }},
     {"print", [](const Arguments& a) { flood(stdout, std::stol(a[0])); }},
     {"flood-errors", [](const Arguments&) { flood(stderr, 8), say("after\n"); }},
     {"drip", [](const Arguments&) { for (;;) say("x"), sleepMs(1000); }},
     {"spin", [](const Arguments&) { for (volatile int i = 0;;) i = i + 1; }},
-    {"sleep", [](const Arguments&) { sleepOn(); }},
-    {"ignore", [](const Arguments&) { zoo::ignoreRequests(), say("x"), sleepOn(); }},
-    {"closed", [](const Arguments&) { for (FILE* each : {stdin, stdout, stderr}) std::fclose(each); sleepOn(); }},
+    {"sleep", [](const Arguments&) { sleepMs(60000); }},
+    {"ignore", [](const Arguments&) { zoo::ignoreRequests(), say("x"), sleepMs(60000); }},
+    {"closed", [](const Arguments&) { for (FILE* each : {stdin, stdout, stderr}) std::fclose(each); sleepMs(60000); }},
     {"grandchild", [](const Arguments&) { startSelf("sleep", Apart::No), say("x"); }},
     {"grandchild-id", [](const Arguments&) { say(std::to_string(startSelf("sleep", Apart::No))); }},
     {"left-session", [](const Arguments&) { startSelf("start-apart", Apart::No), sleepMs(100), say("x"); }},
     {"start-apart", [](const Arguments&) { startSelf("sleep", Apart::Session); }},
-    {"storm", [](const Arguments& a) { startStorm(std::stoi(a[0])); }},
+    {"storm", [](const Arguments& a) { for (int i = std::stoi(a[0]); i > 0; --i) startSelf("sleep", Apart::No); say("x"), sleepMs(60000); }},
 };
 // clang-format on
 

@@ -7,8 +7,6 @@
 
 namespace nkutil::test {
 
-namespace {
-
 std::vector<Row> allRows() {
   std::vector<Row> rows = {
       {{"exit", "0"}, kEnough, "exit code 0"},
@@ -288,7 +286,5 @@ TEST_P(FaultTest, EachCallFailingOnceLeavesNothing) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Codes, FaultTest, testing::ValuesIn(faultCodes()));
-
-}  // namespace
 
 }  // namespace nkutil::test
