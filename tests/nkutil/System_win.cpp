@@ -138,8 +138,7 @@ TEST(LaunchWin, BatchFilesAreRefused) {
 }  // namespace
 
 const std::map<std::string, std::function<int()>>& hostModes() {
-  static const std::map<std::string, std::function<int()>> all = {{"has-no-streams", hasNoStreams},
-                                                                  {"holds-a-child", holdsAChild}};
+  static const std::map<std::string, std::function<int()>> all = {{"has-no-streams", hasNoStreams}};
   return all;
 }
 
