@@ -9,6 +9,8 @@
 
 /// Bytes; a larger allocation of this process fails.
 extern size_t largestAllocation;
+/// Whether that limit holds: not under a tool that brings its own allocator.
+bool MemoryRunsOut();
 
 /// The shipped application over fakeMachine and a fake OpenGL, its two streams kept as texts. Its
 /// tester is the shipped one but for the clock and the machine's OpenCL.
