@@ -88,7 +88,7 @@ boost::shared_ptr<GPUSnifferTester> GPUSnifferApp::GetTester() {
 }
 
 template <class Action>
-void GPUSnifferApp::Guard(const Action& action) {
+void GPUSnifferApp::guard(const Action& action) {
   try {
     action();
   } catch (const UsageException& failure) {
@@ -105,10 +105,10 @@ void GPUSnifferApp::Guard(const Action& action) {
 
 int GPUSnifferApp::Run(ArgumentList& arguments) {
   fExitCode = 0;
-  Guard([&] { RunUnguarded(arguments); });
+  guard([&] { RunUnguarded(arguments); });
   HangBeforeExit(fHang);
   // A driver may not survive the end of its contexts; a host wants to know that all was answered.
-  Guard([] { hostSwitches().Announce("release"); });
+  guard([] { hostSwitches().Announce("release"); });
   return fExitCode;
 }
 

@@ -110,7 +110,7 @@ class GPUSnifferApp : public GPUSnifferAppAndHost {
   void RunUnguarded(ArgumentList& arguments);
   /// Does it; an exception of it becomes a line and an exit code.
   template <class Action>
-  void Guard(const Action& action);
+  void guard(const Action& action);
 };
 
 /// Makes the process's application object, runs it over all arguments and destroys it with all that

@@ -4,16 +4,12 @@
 
 #include "log/Diagnostic.h"
 
-using ZOR::OGL::Context;
-using ZOR::OGL::ContextOffscreen;
-using ZOR::OGL::DisplayDeviceKey;
-
 namespace {
 
 /// Whether the device gives a context; else its failure is noted.
-bool makeContext(const DisplayDeviceKey& key, DisplayContexts& result) {
+bool makeContext(const ZOR::OGL::DisplayDeviceKey& key, DisplayContexts& result) {
   try {
-    result.contexts.push_back({key, boost::make_shared<ContextOffscreen>(key)});
+    result.contexts.push_back({key, boost::make_shared<ZOR::OGL::ContextOffscreen>(key)});
     return true;
   } catch (const std::exception& exception) {
     result.failures.push_back({key.deviceName, exception.what()});
@@ -27,15 +23,15 @@ bool makeContext(const DisplayDeviceKey& key, DisplayContexts& result) {
 
 DisplayContexts CreateDisplayContexts(DeviceLog log) {
   DisplayContexts result;
-  const uint64_t count = Context::NumDisplayDevice();
+  const uint64_t count = ZOR::OGL::Context::NumDisplayDevice();
   AdapterDiagnostic(834)("zorNumDevices=", count);
   for (uint64_t i = 0; i < count; ++i) {
-    DisplayDeviceKey key;
-    log(DeviceStep::kNext, i, key, result);
-    if (!Context::DisplayDevice(i, key)) continue;
-    log(DeviceStep::kFound, i, key, result);
+    ZOR::OGL::DisplayDeviceKey key;
+    log(DeviceStep::Next, i, key, result);
+    if (!ZOR::OGL::Context::DisplayDevice(i, key)) continue;
+    log(DeviceStep::Found, i, key, result);
     const bool made = makeContext(key, result);
-    log(made ? DeviceStep::kMade : DeviceStep::kFailed, i, key, result);
+    log(made ? DeviceStep::Made : DeviceStep::Failed, i, key, result);
   }
   return result;
 }

@@ -26,7 +26,7 @@ struct DisplayContexts {
 };
 
 /// How far a display device is. Made and failed: it is the last one of its list.
-enum class DeviceStep { kNext, kFound, kMade, kFailed };
+enum class DeviceStep { Next, Found, Made, Failed };
 
 /// A platform's own diagnostics of one step. The key is empty until the device is found.
 using DeviceLog = void (*)(DeviceStep step, uint64_t index, const ZOR::OGL::DisplayDeviceKey& key,

@@ -33,10 +33,10 @@ void skipBlanks(std::string_view& text) {
 
 void logDevice(DeviceStep step, uint64_t index, const ZOR::OGL::DisplayDeviceKey& key,
                const DisplayContexts& soFar) {
-  if (step == DeviceStep::kMade)
+  if (step == DeviceStep::Made)
     Diagnostic{}("zorDevice[", index, "]=", key.deviceName, ' ', key.deviceString,
                  " gives context[", soFar.contexts.size() - 1, "]");
-  else if (step == DeviceStep::kFailed)
+  else if (step == DeviceStep::Failed)
     Diagnostic{}("no context on zorDevice[", index, "]=", key.deviceName, ": ",
                  soFar.failures.back().reason);
 }

@@ -10,7 +10,7 @@ namespace nkutil {
 namespace {
 
 constexpr ProcessId kFirstId = 1000;
-constexpr std::uint32_t kKillSignal = 9;
+constexpr std::uint32_t kScriptedKillSignal = 9;
 
 class ScriptedApp : public ConsoleApp {
  public:
@@ -156,7 +156,8 @@ bool ScriptedApp::Kill(Milliseconds budget) {
   closeStreams();
   if (!ends) return false;
   fKilled = fProcessEnd ? 0 : 1;
-  end(fProcessEnd ? fScript.ending : Ending{Ending::Kind::Signalled, kKillSignal}, fLauncher.now());
+  end(fProcessEnd ? fScript.ending : Ending{Ending::Kind::Signalled, kScriptedKillSignal},
+      fLauncher.now());
   return true;
 }
 

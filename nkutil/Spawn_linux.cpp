@@ -195,7 +195,7 @@ std::vector<std::string> environmentOf(const Command& command, const Tree& tree)
   all[mark] = tree.markValue(getenv(mark.c_str()));
   std::vector<std::string> lines;
   lines.reserve(all.size());
-  for (const auto& [name, value] : all) lines.push_back(name + "=" + value);
+  for (const auto& [name, value] : all) lines.emplace_back(name).append("=").append(value);
   return lines;
 }
 

@@ -140,7 +140,8 @@ bool makeEnvironment(const Command& command, Plan& plan, LaunchError& error) {
     else
       all.erase(*wideName);
   }
-  for (const auto& [name, value] : all) plan.environment += name + L"=" + value + L'\0';
+  for (const auto& [name, value] : all)
+    plan.environment.append(name).append(L"=").append(value).append(1, L'\0');
   plan.environment += L'\0';
   if (all.empty()) plan.environment += L'\0';
   return true;

@@ -33,18 +33,18 @@ bool namesAnotherMaker(const std::string& glVendor, uint32_t vendorID) {
 void logDevice(DeviceStep step, uint64_t index, const ZOR::OGL::DisplayDeviceKey& key,
                const DisplayContexts& soFar) {
   switch (step) {
-    case DeviceStep::kNext:
+    case DeviceStep::Next:
       AdapterDiagnostic(837)("zorDeviceIndex=", index);
       break;
-    case DeviceStep::kFound:
+    case DeviceStep::Found:
       AdapterDiagnostic(843)("creating ContextOffscreen for ", Formatted(FormatDisplayDevice, key));
       break;
-    case DeviceStep::kMade:
+    case DeviceStep::Made:
       if (const std::string remark = soFar.contexts.back().context->remark(); !remark.empty())
         Diagnostic{}("zorDevice[", index, "] context: ", remark);
       AdapterDiagnostic(846)("zorDevice[", index, "]=", Formatted(FormatDisplayDevice, key));
       break;
-    case DeviceStep::kFailed:
+    case DeviceStep::Failed:
       Diagnostic{}("no context: ", soFar.failures.back().reason);
       PrintDiagnostic(AdapterDiagnostic(853), "ContextOffscreen exception caught and ignored.");
       break;
