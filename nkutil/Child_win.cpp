@@ -14,7 +14,6 @@ namespace {
 
 /// The exit code of what we end, so that it is known from a program that ended by itself.
 constexpr UINT kKilled = 0x6E6B0009;
-constexpr std::uint32_t kKillSignal = 9;
 
 class ChildWin : public Child {
  public:
@@ -100,7 +99,7 @@ Ending ChildWin::reap(bool keepTree) {
     how.code = code;
   }
   if (fKilled > 0 && code == kKilled)
-    how = {Ending::Kind::Signalled, kKillSignal};
+    how = {Ending::Kind::Signalled, Ending::kKillSignal};
   else if (fCountedItself)
     --fKilled;  // it ended by itself while it was about to be ended
   if (keepTree) limitJob(fStarted.job.get(), false);

@@ -119,9 +119,11 @@ struct Ending {
   enum class Kind {
     Unknown,    ///< it has not ended, or the host reaps children itself
     Exited,     ///< `code` is the exit code, also 139 or 259
-    Signalled,  ///< `code` is the signal; a kill of ours is 9 on both systems
+    Signalled,  ///< `code` is the signal; a kill of ours is kKillSignal on both systems
     Exception,  ///< Windows: `code` is the exception's
   };
+  static constexpr std::uint32_t kKillSignal = 9;
+
   Kind kind = Kind::Unknown;
   std::uint32_t code = 0;
 

@@ -10,7 +10,6 @@ namespace nkutil {
 namespace {
 
 constexpr ProcessId kFirstId = 1000;
-constexpr std::uint32_t kScriptedKillSignal = 9;
 
 class ScriptedApp : public ConsoleApp {
  public:
@@ -156,7 +155,7 @@ bool ScriptedApp::Kill(Milliseconds budget) {
   closeStreams();
   if (!ends) return false;
   fKilled = fProcessEnd ? 0 : 1;
-  end(fProcessEnd ? fScript.ending : Ending{Ending::Kind::Signalled, kScriptedKillSignal},
+  end(fProcessEnd ? fScript.ending : Ending{Ending::Kind::Signalled, Ending::kKillSignal},
       fLauncher.now());
   return true;
 }
