@@ -1,13 +1,13 @@
 #include <boost/optional.hpp>
-#include <utility>
 
-#include "Clock.h"
-#include "GPUSnifferTester.h"
-#include "LogScope.h"
-#include "SnifferLog.h"
+#include "app/GPUSnifferTester.h"
+#include "log/Clock.h"
+#include "log/Diagnostic.h"
+#include "log/NKLogger.h"
+#include "protocol/Questions.h"
 
-// The questions of each kind stand in the order of the report. A question is put to all GPUs
-// before the next one starts, so the report is grouped by key.
+// A question is put to all GPUs of its kind before the next one starts, so the report is grouped by
+// key.
 
 namespace {
 
@@ -24,145 +24,128 @@ void DelayOCL() {
   }
 }
 
-std::string TagOf(const std::string& name) {
+std::string NumberKey(const std::string& name) {
   return "gputag." + name;
 }
 
 }  // namespace
 
 void GPUSnifferTester::DoRunGLTests() {
-  using Tester = GPUSnifferTester;
-  using Test = TestFunc<Tester, GLGPU>;
-  static constexpr Test::Question questions[] = {
-      &Tester::DoRunGLVersion,        &Tester::DoRunIsIntegratedGLGPU,
-      &Tester::DoRunGLMemoryMB,       &Tester::DoRunGLName,
-      &Tester::DoRunGLVendor,         &Tester::DoRunGLVendorID,
-      &Tester::DoRunGLDriverVersion,  &Tester::DoRunGLRectTextureSize,
-      &Tester::DoRunGLRenderer,       &Tester::DoRunGLRendererID,
-      &Tester::DoRunHasGLNPOTSupport, &Tester::DoRunGLDriver,
-      &Tester::DoRunGLDriverDate,     &Tester::DoRunCanCompileProgramGLSL,
-      &Tester::DoRunGLFrameBufferOK,
-  };
-  for (const Test::Question question : questions) RunTests(fGLGPUs, Test(question));
-}
-
-void GPUSnifferTester::DoRunGLVersion(std::string tag, GLGPU& gpu) {
-  Answer(std::move(tag) + ".GLVersion", gpu.Version());
-}
-
-void GPUSnifferTester::DoRunIsIntegratedGLGPU(std::string tag, GLGPU& gpu) {
-  Answer(std::move(tag) + ".IsIntegratedGLGPU", gpu.IsIntegrated());
-}
-
-void GPUSnifferTester::DoRunGLMemoryMB(std::string tag, GLGPU& gpu) {
-  Answer(std::move(tag) + ".GLMemoryMB", gpu.MemoryMB());
-}
-
-void GPUSnifferTester::DoRunGLName(std::string tag, GLGPU& gpu) {
-  Answer(std::move(tag) + ".GLName", gpu.Name());
-}
-
-void GPUSnifferTester::DoRunGLVendor(std::string tag, GLGPU& gpu) {
-  Answer(std::move(tag) + ".GLVendor", gpu.Vendor());
-}
-
-void GPUSnifferTester::DoRunGLVendorID(std::string tag, GLGPU& gpu) {
-  Answer(std::move(tag) + ".GLVendorID", gpu.VendorID());
-}
-
-void GPUSnifferTester::DoRunGLDriverVersion(std::string tag, GLGPU& gpu) {
-  Answer(std::move(tag) + ".GLDriverVersion", gpu.DriverVersion());
-}
-
-void GPUSnifferTester::DoRunGLRectTextureSize(std::string tag, GLGPU& gpu) {
-  Answer(std::move(tag) + ".GLRectTextureSize", gpu.RectTextureSize());
-}
-
-void GPUSnifferTester::DoRunGLRenderer(std::string tag, GLGPU& gpu) {
-  Answer(std::move(tag) + ".GLRenderer", gpu.Renderer());
-}
-
-void GPUSnifferTester::DoRunGLRendererID(std::string tag, GLGPU& gpu) {
-  Answer(std::move(tag) + ".GLRendererID", gpu.RendererID());
-}
-
-void GPUSnifferTester::DoRunHasGLNPOTSupport(std::string tag, GLGPU& gpu) {
-  Answer(std::move(tag) + ".HasGLNPOTSupport", gpu.HasNPOTSupport());
-}
-
-void GPUSnifferTester::DoRunGLDriver(std::string tag, GLGPU& gpu) {
-  Answer(std::move(tag) + ".GLDriver", gpu.Driver());
-}
-
-void GPUSnifferTester::DoRunGLDriverDate(std::string tag, GLGPU& gpu) {
-  Answer(std::move(tag) + ".GLDriverDate", gpu.DriverDate());
-}
-
-void GPUSnifferTester::DoRunCanCompileProgramGLSL(std::string tag, GLGPU& gpu) {
-  Answer(std::move(tag) + ".CanCompileProgramGLSL", gpu.CanCompileProgramGLSL());
-}
-
-void GPUSnifferTester::DoRunGLFrameBufferOK(std::string tag, GLGPU& gpu) {
-  Answer(std::move(tag) + ".GLFrameBufferOK", gpu.FramebufferOK());
+#define GPUPROBE_RUN(key, kind, unit) \
+  RunTests(fGLGPUs, TestFunc<GPUSnifferTester, GLGPU>(&GPUSnifferTester::DoRun##key));
+  GPUPROBE_GL_QUESTIONS(GPUPROBE_RUN)
+#undef GPUPROBE_RUN
 }
 
 void GPUSnifferTester::DoRunCLTests() {
-  using Tester = GPUSnifferTester;
-  using Test = TestFunc<Tester, CLGPU>;
-  static constexpr Test::Question questions[] = {
-      &Tester::DoRunCLPlatformVersion,
-      &Tester::DoRunCLDeviceVersion,
-      &Tester::DoRunIsIntegratedCLGPU,
-      &Tester::DoRunCLMemoryMB,
-      &Tester::DoRunCLName,
-      &Tester::DoRunCLVendor,
-      &Tester::DoRunCLVendorID,
-      &Tester::DoRunCLDriverVersion,
-      &Tester::DoRunCUDASupported,
-      &Tester::DoRunCUDAVersion,
-      &Tester::DoRunCLBandwidth,
-  };
-  for (const Test::Question question : questions) RunTests(fCLGPUs, Test(question));
+#define GPUPROBE_RUN(key, kind, unit) \
+  RunTests(fCLGPUs, TestFunc<GPUSnifferTester, CLGPU>(&GPUSnifferTester::DoRun##key));
+  GPUPROBE_CL_QUESTIONS(GPUPROBE_RUN)
+#undef GPUPROBE_RUN
+}
+
+void GPUSnifferTester::DoRunNativeTests() {
+  RunTests(fNativeGPUs, TestFunc<GPUSnifferTester, NativeGPU>(&GPUSnifferTester::DoRunNativeName));
+}
+
+void GPUSnifferTester::DoRunGLVersion(std::string tag, GLGPU& gpu) {
+  Ask(tag, "GLVersion", [&] { return gpu.Version(); });
+}
+
+void GPUSnifferTester::DoRunIsIntegratedGLGPU(std::string tag, GLGPU& gpu) {
+  Ask(tag, "IsIntegratedGLGPU", [&] { return gpu.IsIntegrated(); });
+}
+
+void GPUSnifferTester::DoRunGLMemoryMB(std::string tag, GLGPU& gpu) {
+  Ask(tag, "GLMemoryMB", [&] { return gpu.MemoryMB(); });
+}
+
+void GPUSnifferTester::DoRunGLName(std::string tag, GLGPU& gpu) {
+  Ask(tag, "GLName", [&] { return gpu.Name(); });
+}
+
+void GPUSnifferTester::DoRunGLVendor(std::string tag, GLGPU& gpu) {
+  Ask(tag, "GLVendor", [&] { return gpu.Vendor(); });
+}
+
+void GPUSnifferTester::DoRunGLVendorID(std::string tag, GLGPU& gpu) {
+  Ask(tag, "GLVendorID", [&] { return gpu.VendorID(); });
+}
+
+void GPUSnifferTester::DoRunGLDriverVersion(std::string tag, GLGPU& gpu) {
+  Ask(tag, "GLDriverVersion", [&] { return gpu.DriverVersion(); });
+}
+
+void GPUSnifferTester::DoRunGLRectTextureSize(std::string tag, GLGPU& gpu) {
+  Ask(tag, "GLRectTextureSize", [&] { return gpu.RectTextureSize(); });
+}
+
+void GPUSnifferTester::DoRunGLRenderer(std::string tag, GLGPU& gpu) {
+  Ask(tag, "GLRenderer", [&] { return gpu.Renderer(); });
+}
+
+void GPUSnifferTester::DoRunGLRendererID(std::string tag, GLGPU& gpu) {
+  Ask(tag, "GLRendererID", [&] { return gpu.RendererID(); });
+}
+
+void GPUSnifferTester::DoRunHasGLNPOTSupport(std::string tag, GLGPU& gpu) {
+  Ask(tag, "HasGLNPOTSupport", [&] { return gpu.HasNPOTSupport(); });
+}
+
+void GPUSnifferTester::DoRunGLDriver(std::string tag, GLGPU& gpu) {
+  Ask(tag, "GLDriver", [&] { return gpu.Driver(); });
+}
+
+void GPUSnifferTester::DoRunGLDriverDate(std::string tag, GLGPU& gpu) {
+  Ask(tag, "GLDriverDate", [&] { return gpu.DriverDate(); });
+}
+
+void GPUSnifferTester::DoRunCanCompileProgramGLSL(std::string tag, GLGPU& gpu) {
+  Ask(tag, "CanCompileProgramGLSL", [&] { return gpu.CanCompileProgramGLSL(); });
+}
+
+void GPUSnifferTester::DoRunGLFrameBufferOK(std::string tag, GLGPU& gpu) {
+  Ask(tag, "GLFrameBufferOK", [&] { return gpu.FramebufferOK(); });
 }
 
 void GPUSnifferTester::DoRunCLPlatformVersion(std::string tag, CLGPU& gpu) {
-  Answer(std::move(tag) + ".CLPlatformVersion", gpu.Version());
+  Ask(tag, "CLPlatformVersion", [&] { return gpu.Version(); });
 }
 
 void GPUSnifferTester::DoRunCLDeviceVersion(std::string tag, CLGPU& gpu) {
-  Answer(std::move(tag) + ".CLDeviceVersion", gpu.DeviceVersion());
+  Ask(tag, "CLDeviceVersion", [&] { return gpu.DeviceVersion(); });
 }
 
 void GPUSnifferTester::DoRunIsIntegratedCLGPU(std::string tag, CLGPU& gpu) {
-  Answer(std::move(tag) + ".IsIntegratedCLGPU", gpu.IsIntegrated());
+  Ask(tag, "IsIntegratedCLGPU", [&] { return gpu.IsIntegrated(); });
 }
 
 void GPUSnifferTester::DoRunCLMemoryMB(std::string tag, CLGPU& gpu) {
-  Answer(std::move(tag) + ".CLMemoryMB", gpu.MemoryMB());
+  Ask(tag, "CLMemoryMB", [&] { return gpu.MemoryMB(); });
 }
 
 void GPUSnifferTester::DoRunCLName(std::string tag, CLGPU& gpu) {
-  Answer(std::move(tag) + ".CLName", gpu.Name());
+  Ask(tag, "CLName", [&] { return gpu.Name(); });
 }
 
 void GPUSnifferTester::DoRunCLVendor(std::string tag, CLGPU& gpu) {
-  Answer(std::move(tag) + ".CLVendor", gpu.Vendor());
+  Ask(tag, "CLVendor", [&] { return gpu.Vendor(); });
 }
 
 void GPUSnifferTester::DoRunCLVendorID(std::string tag, CLGPU& gpu) {
-  Answer(std::move(tag) + ".CLVendorID", gpu.VendorID());
+  Ask(tag, "CLVendorID", [&] { return gpu.VendorID(); });
 }
 
 void GPUSnifferTester::DoRunCLDriverVersion(std::string tag, CLGPU& gpu) {
-  Answer(std::move(tag) + ".CLDriverVersion", gpu.DriverVersion());
+  Ask(tag, "CLDriverVersion", [&] { return gpu.DriverVersion(); });
 }
 
 void GPUSnifferTester::DoRunCUDASupported(std::string tag, CLGPU& gpu) {
-  Answer(std::move(tag) + ".CUDASupported", gpu.CUDASupported());
+  Ask(tag, "CUDASupported", [&] { return gpu.CUDASupported(); });
 }
 
 void GPUSnifferTester::DoRunCUDAVersion(std::string tag, CLGPU& gpu) {
-  Answer(std::move(tag) + ".CUDAVersion", gpu.CUDAVersion());
+  Ask(tag, "CUDAVersion", [&] { return gpu.CUDAVersion(); });
 }
 
 void GPUSnifferTester::DoRunCLBandwidth(std::string tag, CLGPU& gpu) {
@@ -171,44 +154,65 @@ void GPUSnifferTester::DoRunCLBandwidth(std::string tag, CLGPU& gpu) {
   if (channelLevel(gpuSnifferChannel) != 0) {
     scope.emplace("GPUSnifferTester::DoRunCLBandwidth", __FILE__, __LINE__);
   }
-  DelayOCL();
-  Answer(std::move(tag) + ".CLBandwidth", gpu.Bandwidth());
-}
-
-void GPUSnifferTester::DoRunNativeTests() {
-  using Test = TestFunc<GPUSnifferTester, NativeGPU>;
-  RunTests(fNativeGPUs, Test(&GPUSnifferTester::DoRunNativeName));
+  Ask(tag, "CLBandwidth", [&] {
+    DelayOCL();
+    return gpu.Bandwidth();
+  });
 }
 
 void GPUSnifferTester::DoRunNativeName(std::string tag, NativeGPU& gpu) {
-  Answer(std::move(tag) + ".NativeName", gpu.Name());
+  Ask(tag, "NativeName", [&] { return gpu.Name(); });
 }
 
 void GPUSnifferTester::DoRunGLGetString(std::string tag, GLGPU& gpu, const char* name,
                                         uint32_t enumerant) {
-  WriteLine(TagOf(name), enumerant);
-  WriteLine(std::move(tag) + ".glGetString[" + name + "]", gpu.GetString(enumerant));
+  AskWithoutStep(tag, std::string("glGetString[") + name + "]", [&] {
+    WriteLine(NumberKey(name), enumerant);
+    return gpu.GetString(enumerant);
+  });
 }
 
 void GPUSnifferTester::DoRunGLGetIntegerv(std::string tag, GLGPU& gpu, const char* name,
                                           int32_t enumerant, uint64_t count) {
-  WriteLine(TagOf(name), enumerant);
-  std::vector<int> values(count);
-  gpu.GetIntegerv(static_cast<uint32_t>(enumerant), values.data());
-  Answer(std::move(tag) + ".glGetIntegerv[" + name + "]", values);
+  Ask(tag, std::string("glGetIntegerv[") + name + "]", [&] {
+    WriteLine(NumberKey(name), enumerant);
+    std::vector<int> values(count);
+    gpu.GetIntegerv(static_cast<uint32_t>(enumerant), values.data());
+    return values;
+  });
 }
 
 void GPUSnifferTester::DoRunGLGetProgramivARB(std::string tag, GLGPU& gpu, const char* name,
                                               int32_t enumerant, uint64_t count) {
-  WriteLine(TagOf("GL_FRAGMENT_PROGRAM_ARB"), glFragmentProgramARB);
-  WriteLine(TagOf(name), enumerant);
-  std::vector<int> values(count);
-  gpu.GetProgramivARB(glFragmentProgramARB, static_cast<uint32_t>(enumerant), values.data());
-  Answer(std::move(tag) + ".glGetProgramivARB[GL_FRAGMENT_PROGRAM_ARB][" + name + "]", values);
+  Ask(tag, std::string("glGetProgramivARB[GL_FRAGMENT_PROGRAM_ARB][") + name + "]", [&] {
+    WriteLine(NumberKey("GL_FRAGMENT_PROGRAM_ARB"), glFragmentProgramARB);
+    WriteLine(NumberKey(name), enumerant);
+    std::vector<int> values(count);
+    gpu.GetProgramivARB(glFragmentProgramARB, static_cast<uint32_t>(enumerant), values.data());
+    return values;
+  });
 }
 
 void GPUSnifferTester::DoRunExtension(std::string tag, GLGPU& gpu, const char* name,
                                       uint32_t extension) {
-  WriteLine(TagOf(name), extension);
-  Answer(std::move(tag) + ".extension[" + name + "]", gpu.IsExtensionSupported(extension));
+  Ask(tag, std::string("extension[") + name + "]", [&] {
+    WriteLine(NumberKey(name), extension);
+    return gpu.IsExtensionSupported(extension);
+  });
+}
+
+void GLStringTest::run(GPUSnifferTester& tester, const TaggedGPU& gpu) const {
+  tester.DoRunGLGetString(gpu.first, RecordOf<GLGPU>(gpu), fName, fEnumerant);
+}
+
+void IntegervTest::run(GPUSnifferTester& tester, const TaggedGPU& gpu) const {
+  tester.DoRunGLGetIntegerv(gpu.first, RecordOf<GLGPU>(gpu), fName, fEnumerant, fCount);
+}
+
+void ProgramvTest::run(GPUSnifferTester& tester, const TaggedGPU& gpu) const {
+  tester.DoRunGLGetProgramivARB(gpu.first, RecordOf<GLGPU>(gpu), fName, fEnumerant, fCount);
+}
+
+void ExtensionTest::run(GPUSnifferTester& tester, const TaggedGPU& gpu) const {
+  tester.DoRunExtension(gpu.first, RecordOf<GLGPU>(gpu), fName, fExtension);
 }

@@ -1,24 +1,52 @@
-#include "GPUSnifferApp.h"
+#include "app/GPUSnifferApp.h"
 
 #include <boost/make_shared.hpp>
+#include <cstdlib>
 #include <string>
 
-#include "FailureText.h"
-#include "GPUSnifferTester.h"
-#include "LogChannel.h"
-#include "Platform.h"
-#include "SnifferLog.h"
-#include "SnifferLogger.h"
+#include "app/GPUSnifferTester.h"
+#include "app/Platform.h"
+#include "gpu/HostSwitches.h"
+#include "log/Diagnostic.h"
+#include "log/LogChannel.h"
+#include "log/Loggers.h"
+#include "zor/core/Exceptions.h"
+#include "zor/ogl/Backend.h"
 
 namespace {
+
+bool IsDeviceWanted(const ZOR::OGL::DisplayDeviceKey& key) {
+  const std::string& name = key.deviceName.empty() ? key.deviceString : key.deviceName;
+  return hostSwitches().AdmitsPart(name, key.displayID);
+}
 
 // Made while there is memory.
 const std::string noMemory = "exception: std::bad_alloc";
 
+std::string OrNull(const char* text) {
+  return text ? text : "<NULL>";
+}
+
 }  // namespace
 
+std::string CurrentFailureText() {
+  try {
+    throw;
+  } catch (const ZOR::LogicalException& failure) {
+    return "ZOR::LogicalException: " + OrNull(failure.message());
+  } catch (const std::exception& failure) {
+    return "exception: " + OrNull(failure.what());
+  } catch (...) {
+    return "unknown exception";
+  }
+}
+
 GPUSnifferApp::GPUSnifferApp() = default;
-GPUSnifferApp::~GPUSnifferApp() = default;
+
+GPUSnifferApp::~GPUSnifferApp() {
+  hostSwitches() = {};
+  ZOR::OGL::deviceFilter = nullptr;
+}
 
 void GPUSnifferApp::InitLogging() {
   initLogging(100);
@@ -59,10 +87,10 @@ boost::shared_ptr<GPUSnifferTester> GPUSnifferApp::GetTester() {
   return fTester;
 }
 
-int GPUSnifferApp::Run(ArgumentList& arguments) {
-  fExitCode = 0;
+template <class Action>
+void GPUSnifferApp::guard(const Action& action) {
   try {
-    RunUnguarded(arguments);
+    action();
   } catch (const UsageException& failure) {
     fExitCode = 3;
     DoStderr(std::string("Usage exception: ") + failure.what());
@@ -73,8 +101,28 @@ int GPUSnifferApp::Run(ArgumentList& arguments) {
     fExitCode = 2;
     TellFailure();
   }
+}
+
+int GPUSnifferApp::Run(ArgumentList& arguments) {
+  fExitCode = 0;
+  guard([&] { RunUnguarded(arguments); });
   HangBeforeExit(fHang);
+  // A driver may not survive the end of its contexts; a host wants to know that all was answered.
+  guard([] { hostSwitches().Announce("release"); });
   return fExitCode;
+}
+
+void GPUSnifferApp::ReadHostSwitches() {
+  const auto variable = [](const char* name) {
+    const char* value = std::getenv(name);
+    return std::string(value ? value : "");
+  };
+  const std::string announce = variable("GPUPROBE_ANNOUNCE");
+  hostSwitches() = HostSwitches(variable("GPUPROBE_SKIP"), !announce.empty() && announce != "0",
+                                [this](const std::string& text) { DoComment(text); });
+  if (hostSwitches().Steer()) ZOR::OGL::deviceFilter = IsDeviceWanted;
+  for (const std::string& name : hostSwitches().UnknownNames())
+    DoStderr("GPUPROBE_SKIP: nothing is called " + name);
 }
 
 void GPUSnifferApp::RunUnguarded(ArgumentList& arguments) {
@@ -90,6 +138,7 @@ void GPUSnifferApp::RunUnguarded(ArgumentList& arguments) {
   ParseArgs(arguments);
   if (!arguments.empty()) throw UsageException();
 
+  ReadHostSwitches();
   // Only now is the last -verbose= known.
   channelLevel(gpuSnifferChannel) = fVerbose;
   const boost::shared_ptr<GPUSnifferTester> tester = GetTester();

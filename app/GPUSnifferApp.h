@@ -4,16 +4,32 @@
 #include <cstdint>
 #include <exception>
 #include <list>
+#include <optional>
+#include <ostream>
 #include <string>
 #include <vector>
-
-#include "GPUSnifferAppAndHost.h"
 
 class GPUSnifferTester;
 class NKLogger;
 
 /// The command line's arguments in order, as the bytes that came.
 using ArgumentList = std::list<std::string>;
+
+/// The line about the exception that is being handled: its kind and its text.
+std::string CurrentFailureText();
+
+/// The same as a piece of a diagnostic. It is made where it is streamed, so that the log's guard
+/// covers the making: Diagnostic{}("no context: ", CurrentFailure()).
+struct CurrentFailure {};
+inline std::ostream& operator<<(std::ostream& out, CurrentFailure) {
+  return out << CurrentFailureText();
+}
+
+/// Common base of the application and of the tester.
+class GPUSnifferAppAndHost {
+ public:
+  virtual ~GPUSnifferAppAndHost() = default;
+};
 
 /// Owns the options, the logger and the tester, and turns whatever escapes them into one line
 /// on standard error and an exit code. The virtual operations keep their slot order.
@@ -87,6 +103,29 @@ class GPUSnifferApp : public GPUSnifferAppAndHost {
   /// All options but -help, in the order of the usage text.
   static const std::vector<Option>& Options();
 
-  /// Everything of Run that may throw.
+  /// Takes GPUPROBE_SKIP and GPUPROBE_ANNOUNCE from the environment; names that mean nothing are
+  /// told on standard error.
+  void ReadHostSwitches();
+  /// The options and the probing, which may throw.
   void RunUnguarded(ArgumentList& arguments);
+  /// Does it; an exception of it becomes a line and an exit code.
+  template <class Action>
+  void guard(const Action& action);
 };
+
+/// Makes the process's application object, runs it over all arguments and destroys it with all that
+/// it holds: contexts, queues and logger. The exit code; 4 when an exception escaped the object.
+template <class App>
+int RunApplication(int argc, char** argv) {
+  static std::optional<App> app;
+  int code = 4;
+  try {
+    ArgumentList arguments(argv, argv + argc);
+    app.emplace();
+    code = app->Run(arguments);
+  } catch (...) {
+    // Not even the application could say what went wrong.
+  }
+  app.reset();
+  return code;
+}

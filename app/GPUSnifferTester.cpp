@@ -1,15 +1,13 @@
-#include "GPUSnifferTester.h"
+#include "app/GPUSnifferTester.h"
 
 #include <boost/date_time/posix_time/posix_time_types.hpp>
 #include <boost/format.hpp>
 #include <stdexcept>
 
-#include "FailureText.h"
-#include "SnifferLog.h"
-#include "core/Library.h"
-#include "ocl/Library.h"
-#include "ogl/ContextOffscreen.h"
-#include "ogl/Library.h"
+#include "log/Diagnostic.h"
+#include "zor/core/Library.h"
+#include "zor/ocl/Library.h"
+#include "zor/ogl/Context.h"
 
 GPUSnifferTester::~GPUSnifferTester() = default;
 
@@ -18,11 +16,13 @@ void GPUSnifferTester::Run() {
   DoRunTesterName();
   DoRunEvent("snifferStart");
   DoRunZORCoreInitialize();
-  DoRunZOROGLInitialize();
-  DoRunOGLContextCreated();
-  DoRunGLGPUs();
-  DoRunGLTests();
-  DoRunZOROCLInitialize();
+  if (AdmitsAPI("OpenGL", 3)) {
+    DoRunZOROGLInitialize();
+    DoRunOGLContextCreated();
+    DoRunGLGPUs();
+    DoRunGLTests();
+  }
+  if (AdmitsAPI("OpenCL", 1)) DoRunZOROCLInitialize();
   // Without OpenCL the report has no line about it: a count of 0 means that it found no device.
   if (fOCLAvailable) {
     DoRunCLGPUs();
@@ -34,16 +34,21 @@ void GPUSnifferTester::Run() {
   Step();
 }
 
+bool GPUSnifferTester::AdmitsAPI(const char* api, int stages) {
+  if (hostSwitches().AdmitsAPI(api)) return true;
+  for (; stages > 0; --stages) Step();
+  return false;
+}
+
 void GPUSnifferTester::DoRunTesterName() {}
 
-void GPUSnifferTester::Initialize(const char* key, const char* failureText,
-                                  const std::function<void()>& action) {
+void GPUSnifferTester::Initialize(const char* key, const char* failureText, void (*action)()) {
   bool ok = false;
   try {
     action();
     ok = true;
   } catch (...) {
-    SnifferLog{}(failureText, ": ", CurrentFailure());
+    Diagnostic{}(failureText, ": ", CurrentFailure());
   }
   Answer(key, ok);
 }
@@ -54,22 +59,25 @@ void GPUSnifferTester::DoRunZORCoreInitialize() {
 }
 
 void GPUSnifferTester::DoRunZOROGLInitialize() {
+  hostSwitches().BeginStage("ZOROGLInitialized");
   Initialize("ZOROGLInitialized", "ZOR::OGL::Library::initialize() failed",
              [] { ZOR::OGL::Library::Initialize(ZOR::OGL::Library::InitOptions()); });
 }
 
 void GPUSnifferTester::DoRunOGLContextCreated() {
+  hostSwitches().BeginStage("OGLContextCreated");
   Initialize("OGLContextCreated", "Cannot create default ContextOffscreen", [] {
     const ZOR::OGL::ContextOffscreen context(ZOR::OGL::Context::PrimaryDisplayDevice());
   });
 }
 
 void GPUSnifferTester::DoRunZOROCLInitialize() {
+  hostSwitches().BeginStage("ZOROCLInitialized");
   std::string reason;
   // Its absence is no failure, so nobody is told the reason.
   fOCLAvailable = ZOR::OCL::Library::IsOpenCLAvailable(reason);
   if (!fOCLAvailable) return;
-  SnifferLog{}("DoRunZOROCLInitialize: ZOR::OCL::Library::initialize();");
+  Diagnostic{}("DoRunZOROCLInitialize: ZOR::OCL::Library::initialize();");
   ZOR::OCL::Library::Initialize();
 }
 
@@ -84,11 +92,13 @@ TaggedGPUList GPUSnifferTester::ListGPUs(const char* key, const std::string& kin
 }
 
 void GPUSnifferTester::DoRunGLGPUs() {
+  hostSwitches().BeginStage("NumGLGPUs");
   fGLGPUs = ListGPUs("NumGLGPUs", "glgpu", MakeGPUImpl()->DoGetGPUs());
   Step();
 }
 
 void GPUSnifferTester::DoRunCLGPUs() {
+  hostSwitches().BeginStage("NumCLGPUs");
   fCLGPUs = ListGPUs("NumCLGPUs", "clgpu", MakeGPUImpl()->DoGetCLGPUs());
   Step();
 }
@@ -132,7 +142,7 @@ void GPUSnifferTester::RunTests(const TaggedGPUList& list, const GPUTest& test) 
     } catch (...) {
       // One question of one GPU: the others are worth asking all the same.
       fHost.TellFailure();
-      SnifferLog{}("Testing terminated for ", gpu.first);
+      Diagnostic{}("Testing terminated for ", gpu.first);
       ++fFailures;
     }
     ZOR::OGL::Library::AnswerMessages();

@@ -1,13 +1,12 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <string>
 
-#include "GPUSnifferApp.h"
-#include "GPUSnifferAppAndHost.h"
-#include "GPUTests.h"
-#include "ReportLine.h"
+#include "app/GPUSnifferApp.h"
+#include "app/GPUTests.h"
+#include "app/ReportLine.h"
+#include "gpu/HostSwitches.h"
 
 /// Takes the probing steps in their fixed order and writes each answer as one report line of its
 /// host. Every step is counted and may fail on purpose. The virtual operations keep their slot
@@ -117,6 +116,19 @@ class GPUSnifferTester : public GPUSnifferAppAndHost {
     Step();
   }
 
+  /// One question of one GPU: announced, asked and answered, or skipped, as the host wants it. A
+  /// question that is skipped takes its step, too. `question` returns the answer and may write
+  /// lines of its own before it.
+  template <class Question>
+  void Ask(const std::string& tag, const std::string& key, const Question& question) {
+    AskWithoutStep(tag, key, question);
+    Step();
+  }
+  template <class Question>
+  void AskWithoutStep(const std::string& tag, const std::string& key, const Question& question) {
+    if (hostSwitches().AdmitsQuestion(tag, key)) WriteLine(tag + "." + key, question());
+  }
+
   bool fOCLAvailable = false;
   uint32_t fCrashAfter = 0xFFFFFFFF;
   uint32_t fStep = 0;
@@ -128,8 +140,10 @@ class GPUSnifferTester : public GPUSnifferAppAndHost {
   GPUSnifferApp& fHost;
 
  private:
+  /// Whether an API is to be asked at all; where it is not, the steps of its stages are taken.
+  bool AdmitsAPI(const char* api, int stages);
   /// Does one stage's action and answers whether it went through.
-  void Initialize(const char* key, const char* failureText, const std::function<void()>& action);
+  void Initialize(const char* key, const char* failureText, void (*action)());
   /// Writes how many there are and gives each its tag.
   TaggedGPUList ListGPUs(const char* key, const std::string& kind, const GPUList& gpus);
 };

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "GPU.h"
+#include "gpu/GPU.h"
 
 class GPUSnifferTester;
 

@@ -4,9 +4,9 @@
 #include <stdexcept>
 #include <string>
 
-#include "GPUSnifferApp.h"
-#include "GPUSnifferTester.h"
-#include "Platform.h"
+#include "app/GPUSnifferApp.h"
+#include "app/GPUSnifferTester.h"
+#include "app/Platform.h"
 
 namespace {
 

@@ -9,8 +9,9 @@
 #include <initializer_list>
 #include <thread>
 
-#include "Platform.h"
-#include "Streams.h"
+#include "app/CrashLine.h"
+#include "app/Platform.h"
+#include "log/Streams.h"
 
 // There in builds with sanitizers only.
 #pragma weak __lsan_do_leak_check
@@ -40,6 +41,7 @@ void PreparePlatform() {
   FillClosedDescriptors();
   makeStreamsPrivate();
   QuietDrivers();
+  ReportCrashes();
   // A line that cannot be written is noticed by its failing write: a host that stops reading, or
   // a file that may not grow, must not change the exit code.
   for (const int number : {SIGPIPE, SIGXFSZ}) std::signal(number, SIG_IGN);

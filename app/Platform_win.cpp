@@ -1,29 +1,15 @@
 #include <windows.h>
 
-#include <csignal>
-
-#include "Platform.h"
-#include "Streams.h"
-
-namespace {
-
-// What newer C runtimes give a process that aborts; this one would give the code of a usage error.
-// https://learn.microsoft.com/windows/win32/debug/getexceptioncode (STATUS_STACK_BUFFER_OVERRUN)
-constexpr UINT kAborted = 0xC0000409;
-
-void EndAborted(int) {
-  TerminateProcess(GetCurrentProcess(), kAborted);
-}
-
-}  // namespace
+#include "app/CrashLine.h"
+#include "app/Platform.h"
+#include "log/Streams.h"
 
 // A missing disk or library gives an error code, and a crash ends the process, instead of a dialog
 // that nobody would answer.
 void PreparePlatform() {
   SetErrorMode(GetErrorMode() | SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
-  // Failed assertions and uncaught exceptions end here, too.
-  std::signal(SIGABRT, EndAborted);
   makeStreamsPrivate();
+  ReportCrashes();
 }
 
 // ExitProcess would run what the drivers' libraries do when they are detached.

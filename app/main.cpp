@@ -1,6 +1,5 @@
-#include "EntryPoint.h"
-#include "MySniffer.h"
-#include "Platform.h"
+#include "app/MySniffer.h"
+#include "app/Platform.h"
 
 int main(int argc, char** argv) {
   // Before anything can open a file, show a dialog or print a line.

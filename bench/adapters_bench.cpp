@@ -3,9 +3,9 @@
 #include <cstdio>
 #include <string>
 
-#include "DRMData.h"
-#include "PCINames.h"
-#include "SysfsTree.h"
+#include "linux/DRMData.h"
+#include "linux/PCINames.h"
+#include "tests/support/SysfsTree.h"
 
 namespace {
 

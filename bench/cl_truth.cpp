@@ -9,10 +9,10 @@
 #include <iostream>
 #include <string>
 
-#include "GPU.h"
-#include "ReportLine.h"
-#include "core/Library.h"
-#include "ocl/ExtensionManager.h"
+#include "app/ReportLine.h"
+#include "gpu/GPU.h"
+#include "zor/core/Library.h"
+#include "zor/ocl/Library.h"
 
 using namespace ZOR::OCL;
 using Clock = std::chrono::steady_clock;

@@ -2,11 +2,10 @@
 
 #include <boost/make_shared.hpp>
 
-#include "FakeGL.h"
-#include "FakeGPUImpl.h"
-#include "GPUImplLinux.h"
-#include "MySniffer.h"
-#include "MyTester.h"
+#include "app/MySniffer.h"
+#include "linux/GPUImplLinux.h"
+#include "tests/support/FakeGL.h"
+#include "tests/support/FakeGPUImpl.h"
 
 namespace {
 

@@ -7,9 +7,9 @@
 #include <string>
 #include <thread>
 
-#include "MySniffer.h"
-#include "ReportLine.h"
-#include "SnifferLog.h"
+#include "app/MySniffer.h"
+#include "app/ReportLine.h"
+#include "log/Diagnostic.h"
 
 namespace {
 
@@ -18,7 +18,7 @@ void SilentStatement(benchmark::State& state) {
   int index = 0;
   for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores)
     benchmark::DoNotOptimize(++index);
-    SnifferLog{}("zorDevice[", index, "]=", "software");
+    Diagnostic{}("zorDevice[", index, "]=", "software");
   }
 }
 BENCHMARK(SilentStatement);

@@ -2,10 +2,16 @@ add_library(gpuprobe_flags INTERFACE)
 target_compile_options(gpuprobe_flags INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion
                                                 -Wnon-virtual-dtor -Werror)
 target_link_libraries(gpuprobe_flags INTERFACE Threads::Threads)
+# Includes name their folder: "log/Clock.h".
+target_include_directories(gpuprobe_flags INTERFACE ${PROJECT_SOURCE_DIR})
 if(GPUPROBE_SANITIZE)
   target_compile_options(gpuprobe_flags INTERFACE -fsanitize=address,undefined
                                                   -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(gpuprobe_flags INTERFACE -fsanitize=address,undefined)
+endif()
+if(GPUPROBE_TSAN)
+  target_compile_options(gpuprobe_flags INTERFACE -fsanitize=thread)
+  target_link_options(gpuprobe_flags INTERFACE -fsanitize=thread)
 endif()
 if(GPUPROBE_FUZZ)
   target_compile_options(gpuprobe_flags INTERFACE -g -fsanitize=fuzzer-no-link,address,undefined
@@ -25,11 +31,10 @@ function(gpuprobe_precompile name)
 endfunction()
 
 # One static library per folder: gpuprobe_layer(<folder> SOURCES ... USES <folders>).
-# Only the folder itself and what it USES is on the include path.
+# Includes name their folder, counted from the root; scripts/lint checks who may include whom.
 function(gpuprobe_layer name)
   cmake_parse_arguments(ARG "" "" "SOURCES;USES" ${ARGN})
   add_library(gpuprobe_${name} STATIC ${ARG_SOURCES})
-  target_include_directories(gpuprobe_${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
   target_link_libraries(gpuprobe_${name} PRIVATE gpuprobe_flags)
   target_precompile_headers(gpuprobe_${name} REUSE_FROM gpuprobe_headers)
   foreach(used IN LISTS ARG_USES)

@@ -1,6 +1,7 @@
-#include "Targets.h"
+#include "fuzz/Targets.h"
 
 // The name under which libFuzzer looks for the target that this program was built for.
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  return GPUPROBE_FUZZ_TARGET(data, size);
+extern "C" int LLVMFuzzerTestOneInput(const char* data, size_t size) {
+  GPUPROBE_FUZZ_TARGET({data, size});
+  return 0;
 }

@@ -1,8 +1,8 @@
-#include "AdapterMemory.h"
+#include "gpu/AdapterMemory.h"
 
 #include <algorithm>
 
-#include "AdapterLog.h"
+#include "log/Diagnostic.h"
 
 namespace {
 
@@ -15,20 +15,20 @@ constexpr uint64_t kEnoughDedicatedBytes = 0x40000000;
 constexpr uint64_t kMaxSharedBytes = 0x80000000;
 
 bool hasLittleMemory(const AdapterMemory& memory) {
-  AdapterLog(646)("minDedicatedMBforDiscreteGPU=", minDedicatedMBforDiscreteGPU);
+  AdapterDiagnostic(646)("minDedicatedMBforDiscreteGPU=", minDedicatedMBforDiscreteGPU);
   const auto dedicatedMB = static_cast<int32_t>(memory.dedicatedVideo >> 20);
-  AdapterLog(648)("dedicatedMB=", dedicatedMB);
+  AdapterDiagnostic(648)("dedicatedMB=", dedicatedMB);
   return dedicatedMB < minDedicatedMBforDiscreteGPU;
 }
 
 uint64_t addSystemShare(uint64_t numBytes, uint64_t sharedSystem, uint64_t installedRam) {
-  AdapterLog(664)("installedRam=", installedRam);
+  AdapterDiagnostic(664)("installedRam=", installedRam);
   const auto toConsider = static_cast<uint64_t>(static_cast<double>(installedRam) * 0.25);
-  AdapterLog(666)("installedRamToConsiderForGPU=", toConsider);
+  AdapterDiagnostic(666)("installedRamToConsiderForGPU=", toConsider);
   const uint64_t canUse = std::min(toConsider, kMaxSharedBytes);
-  AdapterLog(669)("installedRamThatGPUCanUse=", canUse);
+  AdapterDiagnostic(669)("installedRamThatGPUCanUse=", canUse);
   numBytes += std::min(canUse, sharedSystem);
-  AdapterLog(671)("numBytes=", numBytes);
+  AdapterDiagnostic(671)("numBytes=", numBytes);
   return std::min(numBytes, kMaxSharedBytes);
 }
 
@@ -41,9 +41,9 @@ bool judge(const AdapterMemory& memory) {
 }  // namespace
 
 bool LooksIntegrated(const AdapterMemory& memory) {
-  AdapterLog(642)("fAdapterDesc.VendorId=", memory.vendorID);
+  AdapterDiagnostic(642)("fAdapterDesc.VendorId=", memory.vendorID);
   const bool integrated = judge(memory);
-  AdapterLog(653)("Looks like ", integrated ? "an integrated" : "a discrete", " GPU");
+  AdapterDiagnostic(653)("Looks like ", integrated ? "an integrated" : "a discrete", " GPU");
   return integrated;
 }
 
@@ -54,6 +54,6 @@ uint32_t UsableMemoryMB(const AdapterMemory& memory,
     numBytes = addSystemShare(numBytes, memory.sharedSystem, installedRAM());
   }
   const auto mb = static_cast<uint32_t>(numBytes >> 20);
-  AdapterLog(677)("DXGI RAM=", numBytes, "=", mb, "MB");
+  AdapterDiagnostic(677)("DXGI RAM=", numBytes, "=", mb, "MB");
   return mb;
 }

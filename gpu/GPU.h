@@ -4,10 +4,10 @@
 #include <cstdint>
 #include <string>
 
-#include "GPUImpl.h"
+#include "gpu/GPUImpl.h"
 
-/// One GPU of the report. Holds no data: every question is one call on its implementation,
-/// uncached. A null implementation fails the assertion "px != 0".
+/// One GPU of the report. Holds no data: every question is one call on its implementation. A null
+/// implementation fails the assertion "px != 0".
 class GPU {
  public:
   explicit GPU(const boost::shared_ptr<GPUImpl>& impl) : fImpl(impl) {}

@@ -2,9 +2,9 @@
 
 #include <array>
 
-#include "GPUImpl.h"
-#include "ocl/CommandQueue.h"
-#include "ogl/Context.h"
+#include "gpu/GPUImpl.h"
+#include "zor/ocl/Objects.h"
+#include "zor/ogl/Context.h"
 
 /// One slot for each copy of a bandwidth batch.
 using CLCopyEvents = std::array<ZOR::OCL::ScopedEvent, 10>;

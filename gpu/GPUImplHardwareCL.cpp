@@ -1,13 +1,13 @@
 #include <boost/make_shared.hpp>
+#include <sstream>
+#include <string_view>
 
-#include "CLMeasurement.h"
-#include "CLPlatformVersion.h"
-#include "GPU.h"
-#include "GPUImplHardware.h"
-#include "Quoting.h"
-#include "ReportFailure.h"
-#include "ocl/Platform.h"
-#include "ocl/ReadText.h"
+#include "gpu/GPU.h"
+#include "gpu/GPUImplHardware.h"
+#include "gpu/HostSwitches.h"
+#include "log/Quoting.h"
+#include "log/ReportFailure.h"
+#include "zor/ocl/Objects.h"
 
 using namespace ZOR::OCL;
 
@@ -18,18 +18,31 @@ std::string cutAtNul(const std::string& text) {
   return text.c_str();
 }
 
-cl_int deviceInfo(const Device& device, cl_device_info property, size_t size, void* value,
-                  size_t* sizeNeeded) {
-  return CL().clGetDeviceInfo(device.handle(), property, size, value, sizeNeeded);
+struct PlatformVersion {
+  std::string platform;
+  std::string cuda;
+};
+
+/// The text without the words that every OpenCL version begins with.
+std::string withoutOpenCL(const std::string& text) {
+  constexpr std::string_view kOpenCL = "OpenCL ";
+  return text.compare(0, kOpenCL.size(), kOpenCL) == 0 ? text.substr(kOpenCL.size()) : text;
+}
+
+/// Takes a platform's version text apart: "OpenCL 1.2 CUDA 10.1.120" is platform 1.2 and CUDA
+/// 10.1.120. Without " CUDA " the CUDA version is empty.
+PlatformVersion splitPlatformVersion(const std::string& text) {
+  constexpr std::string_view kCUDA = " CUDA ";
+  const std::string rest = withoutOpenCL(cutAtNul(text));
+  const size_t cuda = rest.find(kCUDA);
+  if (cuda == std::string::npos) return {rest, {}};
+  return {rest.substr(0, cuda), rest.substr(cuda + kCUDA.size())};
 }
 
 /// A failing driver ends the question with its own failure text.
 std::string deviceText(const Device& device, cl_device_info property, const char* failureText) {
   std::string text;
-  const auto query = [&](size_t size, void* value, size_t* sizeNeeded) {
-    return deviceInfo(device, property, size, value, sizeNeeded);
-  };
-  if (ReadText(query, text) != CL_SUCCESS) FailRequirement(failureText);
+  if (device.getText(property, text) != CL_SUCCESS) FailRequirement(failureText);
   return cutAtNul(text);
 }
 
@@ -39,6 +52,14 @@ std::string nameOf(const Platform& platform) {
   } catch (const ZOR::LogicalException&) {
     return "?";
   }
+}
+
+/// The name is one more call of the driver, so it is asked for only where a host steers the run.
+bool isWanted(const Platform& platform) {
+  if (!hostSwitches().Steer()) return true;
+  std::ostringstream identity;
+  identity << platform.handle();
+  return hostSwitches().AdmitsPart(nameOf(platform), identity.str());
 }
 
 /// A driver that can't list its devices, for want of its kernel module for example, costs its own
@@ -64,17 +85,19 @@ boost::shared_ptr<GPU> makeCLGPU(const Device& device) {
 
 GPUList GPUImplHardware::DoGetCLGPUs() {
   GPUList gpus;
-  for (const Platform& platform : platforms())
+  for (const Platform& platform : platforms()) {
+    if (!isWanted(platform)) continue;
     for (const Device& device : gpusOf(platform)) gpus.push_back(makeCLGPU(device));
+  }
   return gpus;
 }
 
 std::string GPUImplHardware::DoGetCLPlatformVersion() {
-  return SplitPlatformVersion(clDevice.platform().version()).platform;
+  return splitPlatformVersion(clDevice.platform().version()).platform;
 }
 
 std::string GPUImplHardware::DoGetCUDAVersion() {
-  return SplitPlatformVersion(clDevice.platform().version()).cuda;
+  return splitPlatformVersion(clDevice.platform().version()).cuda;
 }
 
 bool GPUImplHardware::DoIsCUDASupported() {
@@ -102,13 +125,13 @@ std::string GPUImplHardware::DoGetCLDriverVersion() {
 }
 
 std::string GPUImplHardware::DoGetCLDeviceVersion() {
-  return WithoutOpenCL(
+  return withoutOpenCL(
       deviceText(clDevice, CL_DEVICE_VERSION, "Failed requirement: status == CL_SUCCESS"));
 }
 
 bool GPUImplHardware::DoIsIntegratedCLGPU() {
   cl_bool unified = CL_FALSE;
-  const cl_int status =
-      deviceInfo(clDevice, CL_DEVICE_HOST_UNIFIED_MEMORY, sizeof unified, &unified, nullptr);
+  const cl_int status = CL().clGetDeviceInfo(clDevice.handle(), CL_DEVICE_HOST_UNIFIED_MEMORY,
+                                             sizeof unified, &unified, nullptr);
   return status == CL_SUCCESS && unified != CL_FALSE;
 }

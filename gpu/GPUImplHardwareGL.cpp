@@ -1,36 +1,29 @@
+#include <iterator>
 #include <stdexcept>
 
-#include "FramebufferTest.h"
-#include "GLContextScope.h"
-#include "GLSLTest.h"
-#include "GPUImplHardware.h"
-#include "ReportFailure.h"
-#include "SnifferLog.h"
-#include "ogl/OpenGLInterceptor.h"
+#include "gpu/GLQueries.h"
+#include "gpu/GPUImplHardware.h"
+#include "log/Diagnostic.h"
+#include "log/ReportFailure.h"
+#include "protocol/Questions.h"
+#include "zor/core/Library.h"
+#include "zor/ogl/OpenGLInterceptor.h"
 
 using ZOR::OGL::OpenGLInterceptor;
 
 namespace {
 
-struct VersionText {
-  unsigned extension;
-  const char* text;
-};
-
-// Highest first. 1.2.1 is left out: it changed no function, and hosts read three characters.
-constexpr VersionText kVersions[] = {
-    {12, "4.1"}, {11, "4.0"}, {10, "3.3"}, {9, "3.2"}, {8, "3.1"}, {7, "3.0"},
-    {6, "2.1"},  {5, "2.0"},  {4, "1.5"},  {3, "1.4"}, {2, "1.3"}, {0, "1.2"},
-};
-
-constexpr unsigned kNPOTExtension = 56;
+// Reports carry these numbers.
+#define CHECK_NUMBER(name, number) static_assert(ZOR::OGL::name == (number));
+GPUPROBE_GL_EXTENSIONS(CHECK_NUMBER)
+#undef CHECK_NUMBER
 
 /// Ends a question at a pending GL error. The pieces name the question in the diagnostic.
 template <class... Pieces>
 void requireNoGLError(const OpenGLInterceptor& gl, const Pieces&... question) {
   const GLenum glStatus = gl.glGetError(ZOR_HERE);
   if (glStatus == GL_NO_ERROR) return;
-  SnifferLog{}(question..., ": glGetError() returns ", glStatus);
+  Diagnostic{}(question..., ": glGetError() returns ", glStatus);
   FailRequirement("Failed requirement: glStatus == GL_NO_ERROR");
 }
 
@@ -38,14 +31,18 @@ void requireNoGLError(const OpenGLInterceptor& gl, const Pieces&... question) {
 
 std::string GPUImplHardware::DoGetGLVersion() {
   const GLExtensionScope scope(glContext);
-  for (const VersionText& version : kVersions)
-    if (scope.isSupported(version.extension)) return version.text;
+  // 1.2.1 is left out: it changed no function, and hosts read three characters.
+  for (auto asked = std::rbegin(ZOR::OGL::kVersions); asked != std::rend(ZOR::OGL::kVersions);
+       ++asked) {
+    const auto& [major, minor, release] = asked->version;
+    if (release == 0 && scope.isSupported(asked->number))
+      return std::to_string(major) + '.' + std::to_string(minor);
+  }
   throw std::runtime_error("Cannot determine OGL version");
 }
 
 std::string GPUImplHardware::glText(unsigned name) {
-  const char* text = DoGLGetString(name);
-  return text ? text : "";
+  return ZOR::Core::TextOrEmpty(DoGLGetString(name));
 }
 
 std::string GPUImplHardware::DoGetGLVendor() {
@@ -63,7 +60,7 @@ unsigned GPUImplHardware::DoGetGLRectTextureSize() {
 }
 
 bool GPUImplHardware::DoHasGLNPOTSupport() {
-  return DoGLIsExtensionSupported(kNPOTExtension);
+  return DoGLIsExtensionSupported(ZOR::OGL::GL_ARB_TEXTURE_NON_POWER_OF_TWO);
 }
 
 bool GPUImplHardware::DoCompileProgramGLSL() {
@@ -72,7 +69,7 @@ bool GPUImplHardware::DoCompileProgramGLSL() {
     CompileAndLinkTestProgram();
     return true;
   } catch (const ZOR::ExceptionBase& e) {
-    SnifferLog{}("DoCompileProgramGLSL:", e.what());
+    Diagnostic{}("DoCompileProgramGLSL:", e.what());
     return false;
   } catch (...) {
     return false;

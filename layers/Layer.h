@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ocl/CLHeaders.h"
+#include "zor/ocl/Library.h"
 // The table comes after the version it is written in.
 #include <CL/cl_layer.h>
 

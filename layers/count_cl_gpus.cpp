@@ -2,10 +2,10 @@
 
 #include <iostream>
 
-#include "core/Exceptions.h"
-#include "core/Library.h"
-#include "ocl/Library.h"
-#include "ocl/Platform.h"
+#include "zor/core/Exceptions.h"
+#include "zor/core/Library.h"
+#include "zor/ocl/Library.h"
+#include "zor/ocl/Objects.h"
 
 int main() {
   size_t count = 0;

@@ -8,6 +8,8 @@
 //     lists            EGL can list its devices, even if it has none
 //     fail=CALL        the call fails with EGL_NOT_INITIALIZED
 //     hang=CALL        the call never returns; "load" is the loading of the library
+//     crash=CALL  abort=CALL  overflow=CALL       the call ends the process: by a bad address, by
+//                      abort(), by a stack that runs over
 //     vendor= renderer= version= extensions=      the context's texts
 
 #include <EGL/egl.h>
@@ -32,8 +34,20 @@ Settings library;
 std::vector<Settings*> devices;
 thread_local Settings* current = nullptr;
 
+int useUpTheStack(volatile char* caller) {
+  volatile char frame[4096];
+  frame[0] = *caller;
+  if (frame[0] == 0) return 0;
+  return useUpTheStack(frame) + frame[0];
+}
+
 /// False where the call is to fail.
 bool call(const char* name, Settings& of) {
+  static volatile int* volatile nowhere = nullptr;
+  volatile char base = 1;
+  if (of["crash"] == name) *nowhere = 1;
+  if (of["abort"] == name) std::abort();
+  if (of["overflow"] == name) useUpTheStack(&base);
   // As a driver does that waits for its hardware: signals don't end the wait.
   while (of["hang"] == name) pause();
   return of["fail"] != name;

@@ -4,6 +4,7 @@
 //   CL_FAULT=clFinish:2:sleep=500   it sleeps 500 milliseconds first
 //   CL_FAULT=clFinish:2:crash       it ends the process with a fault (SIGILL)
 //   CL_FAULT=clFinish:*:-5          every one; *:*:-5 every one of every function
+//   CL_FAULT=*:2:-5                 the second call of all
 //   CL_FAULT=clFinish:2:print      it prints on standard output first, without a line end
 //   CL_SHORT=1                      kernels run one work-group, copies move 4 KiB
 //   CL_FAULT_COUNTS=FILE            after each call, a line "function calls faults" for each one
@@ -22,8 +23,8 @@
 #include <tuple>
 #include <type_traits>
 
-#include "Layer.h"
-#include "ocl/EntryPoints.h"
+#include "layers/Layer.h"
+#include "zor/ocl/Library.h"
 
 namespace {
 
@@ -73,7 +74,7 @@ Result failWith(cl_int status, Arguments... arguments) {
 }
 
 template <class Result, class... Arguments>
-Result actOn(Result (*function)(Arguments...), Arguments... arguments) {
+Result actOn(const std::string& name, Result (*function)(Arguments...), Arguments... arguments) {
   std::string argument;
   if (fault().action == "crash") __builtin_trap();
   if (takes("sleep=", argument)) {
@@ -85,7 +86,7 @@ Result actOn(Result (*function)(Arguments...), Arguments... arguments) {
     if (write(STDOUT_FILENO, "line ", 5) != 5) std::abort();
     return function(arguments...);
   }
-  if (fault().function.rfind("clRelease", 0) == 0) function(arguments...);
+  if (name.rfind("clRelease", 0) == 0) function(arguments...);
   return failWith<Result>(std::stoi(fault().action), arguments...);
 }
 
@@ -96,6 +97,9 @@ struct Count {
   unsigned long calls = 0;
   unsigned long faults = 0;
 };
+
+/// Calls of all functions.
+unsigned long allCalls = 0;
 
 /// One hooked function: its name, its counts and the function in front of it.
 template <auto Member, const char* const& Name>
@@ -108,11 +112,14 @@ struct Hook<Member, Name> {
 
   static Result call(Arguments... arguments) {
     ++count.calls;
-    const bool named = fault().function == Name || fault().function == "*";
-    const bool faulty = named && (fault().call == 0 || fault().call == count.calls);
+    ++allCalls;
+    const bool any = fault().function == "*";
+    const unsigned long number = any ? allCalls : count.calls;
+    const bool faulty =
+        (any || fault().function == Name) && (fault().call == 0 || fault().call == number);
     if (faulty) ++count.faults;
     writeCounts();
-    return faulty ? actOn(next.*Member, arguments...) : (next.*Member)(arguments...);
+    return faulty ? actOn(Name, next.*Member, arguments...) : (next.*Member)(arguments...);
   }
 };
 

@@ -1,10 +1,16 @@
-#include "AdapterJoin.h"
+#include "linux/AdapterJoin.h"
+
+#include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <string_view>
+#include <system_error>
 
-#include "DRMData.h"
-#include "SnifferLog.h"
+#include "linux/DRMData.h"
+#include "log/Diagnostic.h"
+
+using std::filesystem::path;
 
 namespace {
 
@@ -43,12 +49,22 @@ void joinByElimination(const std::vector<JoinDevice>& devices, Adapters& known,
   if (count == 0) return;
   const Adapters leftOver = findLeftOver(devices, known, adapters);
   if (count != 1 || leftOver.size() != 1) {
-    SnifferLog{}("not joined: ", count, " NVIDIA contexts without a node, ", leftOver.size(),
+    Diagnostic{}("not joined: ", count, " NVIDIA contexts without a node, ", leftOver.size(),
                  " NVIDIA adapters left over");
     return;
   }
   const auto device = std::find_if(devices.begin(), devices.end(), isNVIDIAWithoutNode);
   known[static_cast<size_t>(device - devices.begin())] = leftOver[0];
+}
+
+std::vector<NodeAccess> checkNodes(const path& root, const std::vector<std::string>& nodes) {
+  std::vector<NodeAccess> accesses;
+  for (const std::string& node : nodes) {
+    const path file = root / "dev/dri" / node;
+    const int error = access(file.c_str(), R_OK | W_OK) == 0 ? 0 : errno;
+    accesses.push_back({file, error});
+  }
+  return accesses;
 }
 
 }  // namespace
@@ -74,21 +90,54 @@ std::vector<AdapterJoin> JoinDevices(const std::vector<JoinDevice>& devices,
       return adapter && join.adapter == adapter;
     });
     if (same != joins.end()) {
-      SnifferLog{}("context[", i, "]=", devices[i].name, " left out: adapter ",
+      Diagnostic{}("context[", i, "]=", devices[i].name, " left out: adapter ",
                    adapter->Desc().address, " has context[", same->device,
                    "]=", devices[same->device].name);
       continue;
     }
     joins.push_back({i, adapter});
     if (adapter)
-      SnifferLog{}("context[", i, "]=", devices[i].name, " joined to adapter ",
+      Diagnostic{}("context[", i, "]=", devices[i].name, " joined to adapter ",
                    adapter->Desc().address);
     else
-      SnifferLog{}("context[", i, "]=", devices[i].name, " joined to no adapter");
+      Diagnostic{}("context[", i, "]=", devices[i].name, " joined to no adapter");
   }
   // Pointers into one vector, so their order is that of the adapters.
   std::stable_sort(joins.begin(), joins.end(), [](const AdapterJoin& a, const AdapterJoin& b) {
     return a.adapter && (!b.adapter || a.adapter < b.adapter);
   });
   return joins;
+}
+
+std::string UnusedReason(const DRMAdapterDesc& desc, const std::vector<NodeAccess>& nodes,
+                         const std::vector<FailedDevice>& failures) {
+  if (nodes.empty())
+    return desc.driver.empty() ? "no driver is bound to it"
+                               : "its driver " + desc.driver + " makes no DRM device";
+  std::string reason;
+  // The render node comes last; it is the one that programs open.
+  const NodeAccess& last = nodes.back();
+  if (desc.nodes.back().compare(0, 7, "renderD") != 0)
+    reason = "it has no render node";
+  else if (last.error != 0)
+    reason = last.file + ": " + std::generic_category().message(last.error);
+  for (const FailedDevice& failure : failures)
+    if (desc.hasNode(NodeOfDeviceName(failure.deviceName)))
+      return reason + (reason.empty() ? "" : ", ") + failure.reason;
+  return reason.empty() ? "EGL lists no device for it" : reason;
+}
+
+void LogUnusedHardware(const path& root, std::vector<DRMData> adapters,
+                       const std::vector<FailedDevice>& failures) {
+  if (!Diagnostic::isOn()) return;
+  DRMData::AddDevicesWithoutNodes(root, adapters);
+  for (const DRMData& adapter : adapters) {
+    const DRMAdapterDesc& desc = adapter.Desc();
+    Diagnostic{}("hardware not used: adapter ", desc.address, ": ",
+                 UnusedReason(desc, checkNodes(root, desc.nodes), failures));
+  }
+  std::error_code error;
+  const bool seen = std::filesystem::exists(root / "sys/bus", error);
+  if (adapters.empty())
+    Diagnostic{}("hardware not used: ", seen ? "there is no adapter" : "there is no /sys to ask");
 }

@@ -1,4 +1,4 @@
-#include "DRMAdapterDesc.h"
+#include "linux/DRMAdapterDesc.h"
 
 #include <unistd.h>
 
@@ -8,8 +8,8 @@
 #include <optional>
 #include <sstream>
 
-#include "AdapterMemory.h"
-#include "SysfsFile.h"
+#include "gpu/AdapterMemory.h"
+#include "linux/SysfsFile.h"
 
 using std::filesystem::path;
 
@@ -42,7 +42,7 @@ std::optional<path> findPCIFolder(const path& folder, const std::string& bus) {
 bool isAsleep(const path& folder) {
   const path file = folder / "power/runtime_status";
   if (!isThere(file)) return false;
-  // Whoever can't tell must not knock.
+  // A state that can't be read counts as suspended: reading the device could power it up.
   const std::string status = ReadSysfsLine(file).value_or("suspended");
   return status == "suspended" || status == "suspending";
 }

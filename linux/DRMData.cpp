@@ -1,12 +1,12 @@
-#include "DRMData.h"
+#include "linux/DRMData.h"
 
 #include <algorithm>
 #include <map>
 #include <sstream>
 #include <tuple>
 
-#include "SnifferLog.h"
-#include "SysfsFile.h"
+#include "linux/SysfsFile.h"
+#include "log/Diagnostic.h"
 
 using std::filesystem::path;
 
@@ -33,7 +33,7 @@ std::vector<std::string> listNodes(const path& folder) {
   for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
        entry.increment(error))
     if (std::string name = entry->path().filename(); isNode(name)) nodes.push_back(name);
-  if (error) SnifferLog{}(folder.native(), ": ", error.message());
+  if (error) Diagnostic{}(folder.native(), ": ", error.message());
   std::sort(nodes.begin(), nodes.end(), byNumber);
   return nodes;
 }
@@ -45,7 +45,7 @@ std::map<path, std::vector<std::string>> nodesByDevice(const path& folder) {
     if (const std::optional<path> device = ResolveSysfsFolder(folder / node / "device"))
       devices[*device].push_back(node);
     else
-      SnifferLog{}(node, ": no device behind the node, left out");
+      Diagnostic{}(node, ": no device behind the node, left out");
   }
   return devices;
 }
@@ -95,7 +95,7 @@ void DRMData::AddDevicesWithoutNodes(const path& root, std::vector<DRMData>& ada
       others.emplace_back(ReadAdapterDesc(root, *device), ReadInstalledRAM(root));
   }
   if (error && error != std::errc::no_such_file_or_directory)
-    SnifferLog{}(folder.native(), ": ", error.message());
+    Diagnostic{}(folder.native(), ": ", error.message());
   adapters.insert(adapters.end(), others.begin(), others.end());
   sortByRank(adapters);
 }
@@ -125,6 +125,6 @@ uint64_t ReadInstalledRAM(const path& root) {
   constexpr uint64_t kMaxKibibytes = uint64_t{1} << 42;
   if (words >> key >> kibibytes && key == "MemTotal:" && kibibytes < kMaxKibibytes)
     return kibibytes << 10;
-  SnifferLog{}(file.native(), ": no total of the installed memory");
+  Diagnostic{}(file.native(), ": no total of the installed memory");
   return 0;
 }

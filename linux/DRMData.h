@@ -2,9 +2,8 @@
 
 #include <vector>
 
-#include "AdapterMemory.h"
-#include "DRMAdapterDesc.h"
-#include "GPUData.h"
+#include "gpu/AdapterMemory.h"
+#include "linux/DRMAdapterDesc.h"
 
 /// One display adapter as the kernel's DRM subsystem describes it.
 class DRMData : public GPUData {

@@ -1,21 +1,45 @@
-#include "GPUImplLinux.h"
+#include "linux/GPUImplLinux.h"
 
 #include <algorithm>
 #include <boost/make_shared.hpp>
+#include <iterator>
 
-#include "AdapterJoin.h"
-#include "GLDriverText.h"
-#include "GLMemory.h"
-#include "GPU.h"
-#include "LogAndPrint.h"
-#include "PCINames.h"
-#include "SnifferLog.h"
+#include "gpu/GLQueries.h"
+#include "gpu/GPU.h"
+#include "linux/AdapterJoin.h"
+#include "linux/PCINames.h"
+#include "log/Diagnostic.h"
 
 namespace {
 
 /// Fixed by OpenGL 1.0.
 constexpr unsigned kGLVendor = 0x1F00;
 constexpr unsigned kGLVersion = 0x1F02;
+
+// Mesa and NVIDIA put the profile in parentheses, AMD's own driver writes it out.
+constexpr std::string_view kProfileRemarks[] = {
+    "(Compatibility Profile)", "(Core Profile)",  "Compatibility Profile Context",
+    "Core Profile Context",    "Profile Context",
+};
+
+// Mesa's two of today, its two of yesterday, and Google's.
+constexpr std::string_view kSoftwareRenderers[] = {
+    "llvmpipe", "softpipe", "Software Rasterizer", "SWR", "Google SwiftShader",
+};
+
+void skipBlanks(std::string_view& text) {
+  text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
+}
+
+void logDevice(DeviceStep step, uint64_t index, const ZOR::OGL::DisplayDeviceKey& key,
+               const DisplayContexts& soFar) {
+  if (step == DeviceStep::Made)
+    Diagnostic{}("zorDevice[", index, "]=", key.deviceName, ' ', key.deviceString,
+                 " gives context[", soFar.contexts.size() - 1, "]");
+  else if (step == DeviceStep::Failed)
+    Diagnostic{}("no context on zorDevice[", index, "]=", key.deviceName, ": ",
+                 soFar.failures.back().reason);
+}
 
 }  // namespace
 
@@ -24,16 +48,16 @@ GPUList GPUImplLinux::DoGetGPUs() {
   try {
     findGPUs(gpus);
   } catch (const std::exception& e) {
-    LogAndPrint(SnifferLog{}, std::string("DoGetGPUs fails with exception: ") + e.what());
+    PrintDiagnostic(Diagnostic{}, std::string("DoGetGPUs fails with exception: ") + e.what());
   } catch (...) {
-    LogAndPrint(SnifferLog{}, "DoGetGPUs fails with exception");
+    PrintDiagnostic(Diagnostic{}, "DoGetGPUs fails with exception");
   }
   return gpus;
 }
 
 void GPUImplLinux::findGPUs(GPUList& gpus) const {
   // The contexts come first: they wake their adapters, so that these can tell their memory.
-  DisplayContexts devices = CreateDisplayContexts();
+  DisplayContexts devices = CreateDisplayContexts(logDevice);
   std::vector<DRMData> adapters = DRMData::GetAllDevices(fRoot);
   Impls impls = makeImpls(devices.contexts);
   const auto software = std::stable_partition(impls.begin(), impls.end(),
@@ -49,7 +73,7 @@ void GPUImplLinux::findGPUs(GPUList& gpus) const {
     if (impls.size() > 1) impls.resize(1);
   }
   for (const auto& impl : impls) gpus.push_back(boost::make_shared<GLGPU>(impl));
-  if (gpus.empty()) SnifferLog{}("no OpenGL device gives a context");
+  if (gpus.empty()) Diagnostic{}("no OpenGL device gives a context");
 }
 
 GPUImplLinux::Impls GPUImplLinux::makeImpls(const std::vector<DeviceContext>& contexts) {
@@ -67,7 +91,7 @@ GPUImplLinux::Impls GPUImplLinux::makeImpls(const std::vector<DeviceContext>& co
 
 void GPUImplLinux::nameAndLog(std::vector<DRMData>& adapters) const {
   NameAdapters(fRoot, adapters);
-  for (size_t i = 0; i < adapters.size(); ++i) SnifferLog{}("adapter[", i, "]", adapters[i].Desc());
+  for (size_t i = 0; i < adapters.size(); ++i) Diagnostic{}("adapter[", i, "]", adapters[i].Desc());
 }
 
 void GPUImplLinux::joinAdapters(Impls& hardware, std::vector<DRMData>& adapters) const {
@@ -88,10 +112,10 @@ bool GPUImplLinux::drawsInSoftware() {
   try {
     // On a card that it has no driver for, Mesa may draw in software.
     if (!IsSoftwareRenderer(DoGetGLRenderer())) return false;
-    SnifferLog{}(fDeviceName, ": its context draws in software");
+    Diagnostic{}(fDeviceName, ": its context draws in software");
     return true;
   } catch (const std::exception& e) {
-    SnifferLog{}(fDeviceName, ": no renderer: ", e.what());
+    Diagnostic{}(fDeviceName, ": no renderer: ", e.what());
     return false;
   }
 }
@@ -100,7 +124,7 @@ bool GPUImplLinux::hasNVIDIADriver() {
   try {
     return IsNVIDIADriver(glText(kGLVendor));
   } catch (const std::exception& e) {
-    SnifferLog{}(fDeviceName, ": no vendor: ", e.what());
+    Diagnostic{}(fDeviceName, ": no vendor: ", e.what());
     return false;
   }
 }
@@ -110,7 +134,7 @@ unsigned GPUImplLinux::DoGetGLMemoryMB() {
       fSoftware ? 0 : ListedGLMemoryBytes(*this, glContext, "GPUImplLinux::DoGetGLMemoryMB");
   const auto glMB = static_cast<uint32_t>(bytes >> 20);
   const uint32_t systemMB = fAdapter.GetVideoMemory();
-  SnifferLog{}("glVRAM=", glMB, " systemVRAM=", systemMB);
+  Diagnostic{}("glVRAM=", glMB, " systemVRAM=", systemMB);
   return std::max(glMB, systemMB);
 }
 
@@ -127,4 +151,27 @@ std::string GPUImplLinux::DoGetGLDriverVersion() {
 std::string GPUImplLinux::DoGetGLDriver() {
   const std::string& driver = fAdapter.Desc().driver;
   return driver.empty() ? fContext->driverName() : driver;
+}
+
+std::string DriverVersionFromGLVersion(std::string_view glVersion) {
+  // OpenGL 4.6, section 22.2: version number, blank, vendor-specific information.
+  glVersion.remove_prefix(std::min(glVersion.find(' '), glVersion.size()));
+  skipBlanks(glVersion);
+  for (std::string_view remark : kProfileRemarks) {
+    if (glVersion.substr(0, remark.size()) != remark) continue;
+    glVersion.remove_prefix(remark.size());
+    skipBlanks(glVersion);
+    break;
+  }
+  return std::string(glVersion);
+}
+
+bool IsSoftwareRenderer(std::string_view glRenderer) {
+  return std::any_of(
+      std::begin(kSoftwareRenderers), std::end(kSoftwareRenderers),
+      [&](std::string_view name) { return glRenderer.substr(0, name.size()) == name; });
+}
+
+bool IsNVIDIADriver(std::string_view glVendor) {
+  return glVendor == "NVIDIA Corporation";
 }

@@ -1,11 +1,13 @@
 #pragma once
 
 #include <filesystem>
+#include <string>
+#include <string_view>
 #include <vector>
 
-#include "DRMData.h"
-#include "DisplayContexts.h"
-#include "GPUImplHardware.h"
+#include "gpu/DisplayContexts.h"
+#include "gpu/GPUImplHardware.h"
+#include "linux/DRMData.h"
 
 /// One GPU on Linux: OpenGL and OpenCL answer as everywhere; identifiers, names, memory, the
 /// driver's name and the integrated verdict come from the kernel's description of the adapter.
@@ -48,3 +50,14 @@ class GPUImplLinux : public GPUImplHardware {
   bool fSoftware = false;
   DRMData fAdapter;
 };
+
+/// The driver's own version in a GL_VERSION text: what follows the OpenGL version, without the
+/// remark on the profile. "4.5 (Compatibility Profile) Mesa 22.3.6" gives "Mesa 22.3.6". Empty
+/// where the driver adds nothing.
+std::string DriverVersionFromGLVersion(std::string_view glVersion);
+
+/// Whether a GL_RENDERER text is that of a renderer that draws with the processor.
+bool IsSoftwareRenderer(std::string_view glRenderer);
+
+/// Whether a GL_VENDOR text is that of NVIDIA's own driver.
+bool IsNVIDIADriver(std::string_view glVendor);

@@ -2,42 +2,29 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
 
 class DRMData;
 
-/// Picks the names of wanted devices out of a pci.ids text that comes in pieces.
+/// The text of a pci.ids file, searched for names.
 class PCINames {
  public:
-  void want(uint32_t vendorID, uint32_t deviceID) { fVendors[vendorID].devices[deviceID]; }
-  void feed(std::string_view piece);
-  /// To be called after the last piece.
-  void finish();
+  /// What follows the last line end is left out: no one can tell how much of a name it is.
+  explicit PCINames(std::string_view text);
 
   /// "maker model"; empty when either is unknown.
-  std::string name(uint32_t vendorID, uint32_t deviceID) const;
-  /// The first thing wrong with the text; empty when nothing was. Faults of names that nobody
-  /// wants go unnoticed.
+  std::string name(uint32_t vendorID, uint32_t deviceID);
+  /// The first thing found wrong with the text; empty when nothing was. Only its end and the names
+  /// that were asked for are looked at.
   const std::string& fault() const { return fFault; }
 
  private:
-  struct Vendor {
-    std::string name;
-    std::map<uint32_t, std::string> devices;
-  };
-
-  void takePiece(std::string_view piece, bool lineEnds);
-  void takeLine(std::string_view line);
-  void takeName(std::string_view text, std::string& name);
+  std::string takeName(size_t start);
   void noteFault(const char* fault);
 
-  std::map<uint32_t, Vendor> fVendors;
-  Vendor* fVendor = nullptr;  // whose devices the lines are about
-  std::string fLine;          // begun in an earlier piece
-  bool fTooLong = false;
+  std::string fText;  // begins with a line end, as every line does then
   std::string fFault;
 };
 

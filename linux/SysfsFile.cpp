@@ -1,4 +1,4 @@
-#include "SysfsFile.h"
+#include "linux/SysfsFile.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -11,7 +11,7 @@
 #include <cstdlib>
 #include <system_error>
 
-#include "SnifferLog.h"
+#include "log/Diagnostic.h"
 
 namespace {
 
@@ -19,7 +19,7 @@ namespace {
 constexpr size_t kMaxFileSize = 4096;
 
 std::nullopt_t complain(const std::filesystem::path& file, std::string_view reason) {
-  SnifferLog{}(file.native(), ": ", reason);
+  Diagnostic{}(file.native(), ": ", reason);
   return std::nullopt;
 }
 

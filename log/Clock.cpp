@@ -1,4 +1,4 @@
-#include "Clock.h"
+#include "log/Clock.h"
 
 #include <atomic>
 #include <boost/date_time/c_time.hpp>
@@ -8,7 +8,7 @@
 #include <cmath>
 #include <ctime>
 
-#include "LogPort.h"
+#include "log/LogPort.h"
 
 namespace {
 

@@ -1,10 +1,22 @@
 #pragma once
 
+#include <cstdarg>
 #include <cstdint>
 #include <string>
 
 /// Appends a character between two quote characters.
 using CharRenderer = void (*)(std::string& out, char value, char quote);
+
+/// The types that a policy prints by one printf format each, X(name, type), in the order of the
+/// policy's operations. long counts as 4 bytes on every platform.
+// clang-format off
+#define FMT_PRINTED_TYPES(X)                                                                 \
+  X(Double, double) X(Float, float)                                                          \
+  X(UnsignedLongLong, unsigned long long) X(LongLong, long long)                             \
+  X(UnsignedLong, unsigned long) X(Long, long) X(UnsignedInt, unsigned int) X(Int, int)      \
+  X(UnsignedShort, unsigned short) X(Short, short)                                           \
+  X(UnsignedChar, unsigned char) X(SignedChar, signed char)
+// clang-format on
 
 /// What a policy prints each type with: printf formats but for the first two.
 struct FmtFormats {
@@ -27,8 +39,7 @@ struct FmtFormats {
 };
 
 /// A formatting policy: one virtual operation and one format per built-in type. Policies form a
-/// chain; the newest one alive is current. long counts as 4 bytes on every platform. Policies are
-/// made and destroyed on one thread.
+/// chain; the newest one alive is current. Policies are made and destroyed on one thread.
 class Fmt {
  public:
   /// Takes over the formats and becomes the current policy.
@@ -37,25 +48,14 @@ class Fmt {
   Fmt& operator=(const Fmt& other);
   virtual ~Fmt();
 
-  // Each appends the value in the format given.
-  // `format` is a printf format of the promoted type.
+  // Each appends the value in the format given, a printf format of the promoted type.
   virtual void renderPointer(std::string& out, std::uint64_t address, const char* format) const;
   /// Escaped before it is formatted; "<nullptr>" without a format for null.
   virtual void renderString(std::string& out, const char* value, const char* format) const;
-  virtual void renderDouble(std::string& out, double value, const char* format) const;
-  virtual void renderFloat(std::string& out, float value, const char* format) const;
-  virtual void renderUnsignedLongLong(std::string& out, unsigned long long value,
-                                      const char* format) const;
-  virtual void renderLongLong(std::string& out, long long value, const char* format) const;
-  virtual void renderUnsignedLong(std::string& out, unsigned long value, const char* format) const;
-  virtual void renderLong(std::string& out, long value, const char* format) const;
-  virtual void renderUnsignedInt(std::string& out, unsigned int value, const char* format) const;
-  virtual void renderInt(std::string& out, int value, const char* format) const;
-  virtual void renderUnsignedShort(std::string& out, unsigned short value,
-                                   const char* format) const;
-  virtual void renderShort(std::string& out, short value, const char* format) const;
-  virtual void renderUnsignedChar(std::string& out, unsigned char value, const char* format) const;
-  virtual void renderSignedChar(std::string& out, signed char value, const char* format) const;
+#define FMT_RENDER(name, type) \
+  virtual void render##name(std::string& out, type value, const char* format) const;
+  FMT_PRINTED_TYPES(FMT_RENDER)
+#undef FMT_RENDER
   virtual void renderChar(std::string& out, char value, CharRenderer renderer) const;
   /// `words` as in FmtFormats.
   virtual void renderBool(std::string& out, bool value, const char* words) const;
@@ -65,18 +65,9 @@ class Fmt {
   /// The value in this policy's own format.
   std::string text(const void* value) const;
   std::string text(const char* value) const;
-  std::string text(double value) const;
-  std::string text(float value) const;
-  std::string text(unsigned long long value) const;
-  std::string text(long long value) const;
-  std::string text(unsigned long value) const;
-  std::string text(long value) const;
-  std::string text(unsigned int value) const;
-  std::string text(int value) const;
-  std::string text(unsigned short value) const;
-  std::string text(short value) const;
-  std::string text(unsigned char value) const;
-  std::string text(signed char value) const;
+#define FMT_TEXT(name, type) std::string text(type value) const;
+  FMT_PRINTED_TYPES(FMT_TEXT)
+#undef FMT_TEXT
   /// Null takes the policy's own renderer or words.
   std::string text(char value, CharRenderer renderer = nullptr) const;
   std::string text(bool value, const char* words = nullptr) const;
@@ -120,3 +111,8 @@ void renderQuotedChar(std::string& out, char value, char quote);
 std::string hexadecimalFormat(int bytes, const char* lengthModifier);
 /// "%11ld" for (4, "l"): wide enough for any signed value of that many bytes.
 std::string paddedDecimalFormat(int bytes, const char* lengthModifier);
+
+/// printf into a string; empty when the text cannot be formatted.
+std::string stringPrintf(const char* format, ...) __attribute__((format(printf, 1, 2)));
+/// The same of an argument list, which may be used again afterwards.
+std::string stringVPrintf(const char* format, va_list args);

@@ -1,6 +1,6 @@
-#include "LogChannel.h"
+#include "log/LogChannel.h"
 
-#include "LoggingLock.h"
+#include "log/NKLogger.h"
 
 namespace {
 

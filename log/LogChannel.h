@@ -34,7 +34,7 @@ class ChannelTable {
 /// Makes the process's channel table with room for that many channels. The first call decides;
 /// where none came first, every other function makes it with room for 1024.
 void initLogging(std::size_t capacity);
-/// initLogging with the capacity that holds where nobody chose one.
+/// initLogging with the capacity of a process that chose none.
 void ensureLogging();
 
 /// The index of a channel in the process's table, or 0 when the table is full.
@@ -49,6 +49,6 @@ int& levelOfNewChannel(LogChannel& channel);
 inline int& channelLevel(LogChannel& channel) {
   const std::int32_t index = channel.index.load(std::memory_order_acquire);
   if (index == 0) return logdetail::levelOfNewChannel(channel);
-  // Whoever stored the index had seen the table, so the acquire above covers it.
+  // The index was stored after the table was seen, so the acquire above covers it.
   return logdetail::channelLevels.load(std::memory_order_relaxed)[index];
 }

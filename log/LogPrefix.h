@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include "Clock.h"
+#include "log/Clock.h"
 
 /// What a line prefix may hold, in the order of the line.
 enum PrefixField : std::uint32_t {
@@ -33,3 +33,11 @@ struct PrefixValues {
 /// For example "00012_2026/11/14_17:45:03.125(+00.004)[1a2c] ": the chosen fields and a blank, or
 /// nothing when no field is chosen.
 std::string formatLogPrefix(const PrefixValues& values);
+
+/// The id of a thread as text: lower-case hexadecimal, or "{Not-any-thread}" for 0.
+std::string threadIdText(std::uint64_t id);
+
+/// The registered name of the calling thread, or its id as text.
+std::string threadName();
+/// Names the calling thread, for the log and for an attached debugger.
+void setThreadName(const std::string& name);

@@ -1,12 +1,13 @@
-#include "NKLogger.h"
+#include "log/NKLogger.h"
 
 #include <algorithm>
+#include <sstream>
 
-#include "Clock.h"
-#include "LogPrefix.h"
-#include "LoggingLock.h"
-#include "StringPrintf.h"
-#include "ThreadName.h"
+#include "log/Clock.h"
+#include "log/Fmt.h"
+#include "log/LogChannel.h"
+#include "log/LogPrefix.h"
+#include "log/Loggers.h"
 
 namespace {
 
@@ -120,4 +121,62 @@ std::uint32_t NKLogger::setFlags(std::uint32_t mask) {
   const std::uint32_t old = flags();
   fFlags = mask & ~kDroppedFlag;
   return old;
+}
+
+boost::recursive_mutex& loggingMutex() {
+  // Never destroyed: statics of other files may still log while the process ends.
+  static boost::recursive_mutex& mutex = *new boost::recursive_mutex;
+  return mutex;
+}
+
+boost::shared_ptr<NKLogger> currentLogger() {
+  ensureLogging();
+  if (auto logger = NKLogger::top()) return logger;
+  // The file logger takes the logging lock itself; taken first, no thread waits for the static
+  // while holding it.
+  const LoggingLock lock;
+  static const NKFileLogger* const defaultLogger = new NKFileLogger;
+  static_cast<void>(defaultLogger);
+  return NKLogger::top();
+}
+
+// The lock goes before the handle: members end in reverse order.
+struct NKLoggerLock::PtrAndLock {
+  boost::shared_ptr<NKLogger> logger = currentLogger();
+  LoggingLock lock;
+};
+
+NKLoggerLock::NKLoggerLock() : fRecord(boost::make_shared<PtrAndLock>()) {
+  if (!fRecord->logger || !fRecord->logger->isActive()) fRecord.reset();
+}
+
+NKLogger* NKLoggerLock::operator->() const {
+  return &nkutil::required(fRecord ? fRecord->logger : nullptr);
+}
+
+LogScope::LogScope(const std::string& name, const char* file, int line)
+    : fStart(0), fFile(file), fLine(line), fName(name) {
+  // Indentation belongs to the logger, which other threads may be using.
+  const LoggingLock lock;
+  log("BEGIN " + fName);
+  nkutil::required(currentLogger()).indent();
+  fStart = nowSeconds();
+}
+
+LogScope::~LogScope() {
+  try {
+    const double duration = nowSeconds() - fStart;
+    const LoggingLock lock;
+    nkutil::required(currentLogger()).outdent();
+    std::ostringstream text;
+    text << "END " << fName << ", duration=" << duration;
+    log(text.str());
+  } catch (...) {
+    // A diagnostic never changes what the program does, least of all while it unwinds.
+  }
+}
+
+void LogScope::log(const std::string& text) const {
+  NKLogger& logger = nkutil::required(currentLogger());
+  if (logger.isActive()) logger.log(fFile, fLine, "%s", text.c_str());
 }

@@ -1,12 +1,27 @@
 #pragma once
 
 #include <boost/shared_ptr.hpp>
+#include <boost/thread/lock_types.hpp>
+#include <boost/thread/recursive_mutex.hpp>
 #include <cstdarg>
 #include <cstddef>
 #include <cstdint>
 #include <string>
 
-#include "Stackable.h"
+#include "log/Stackable.h"
+
+/// Held by every log statement, and around the channel table and the set of log files. Never taken
+/// while the lock of the logger stack or of the thread names is held; the other way round is usual.
+boost::recursive_mutex& loggingMutex();
+
+/// One holding of the logging lock.
+class LoggingLock {
+ public:
+  LoggingLock() : fLock(loggingMutex()) {}
+
+ private:
+  boost::unique_lock<boost::recursive_mutex> fLock;
+};
 
 /// Writes messages, each with a prefix and a line end. The newest logger alive is the current one.
 class NKLogger : public nkutil::Stackable<NKLogger> {
@@ -84,4 +99,25 @@ class NKLoggerLock {
  private:
   struct PtrAndLock;
   boost::shared_ptr<PtrAndLock> fRecord;
+};
+
+/// Logs "BEGIN name" and, when it ends, "END name, duration=seconds" through the current logger.
+/// Lines between the two are indented by one blank more.
+class LogScope {
+ public:
+  /// `file` is not copied.
+  LogScope(const std::string& name, const char* file, int line);
+  /// Never throws: an end that cannot be logged is left out.
+  ~LogScope();
+
+  LogScope(const LogScope&) = delete;
+  LogScope& operator=(const LogScope&) = delete;
+
+ private:
+  void log(const std::string& text) const;
+
+  double fStart;
+  const char* fFile;
+  int fLine;
+  std::string fName;
 };

@@ -1,4 +1,4 @@
-#include "Quoting.h"
+#include "log/Quoting.h"
 
 #include <algorithm>
 #include <cctype>

@@ -1,9 +1,9 @@
-#include "ReportFailure.h"
+#include "log/ReportFailure.h"
 
 #include <cstring>
 #include <stdexcept>
 
-#include "Streams.h"
+#include "log/Streams.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
-#include "Streams.h"
+#include "log/Streams.h"
 
 #include <initializer_list>
 
-#include "LogPort.h"
+#include "log/LogPort.h"
 
 namespace {
 
@@ -23,7 +23,8 @@ std::FILE* failureStream() {
 void makeStreamsPrivate() {
   failures = logport::privateCopy(stderr);
   report = logport::privateCopy(stdout);
-  // What nobody can copy is of no use to a driver either.
+  // A standard output that cannot be copied is closed or read-only: drivers cannot write to it
+  // either.
   if (report) logport::leadToStandardError(stdout);
   // What is said before a crash must not wait in a buffer.
   for (std::FILE* stream : {stdout, stderr}) std::setvbuf(stream, nullptr, _IONBF, 0);

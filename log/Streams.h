@@ -4,7 +4,7 @@
 #include <string>
 
 // The two streams that a host reads. Drivers print on the standard ones as they like, half lines
-// included, so ours are copies that nobody else knows.
+// included, so ours are copies that no driver knows.
 
 /// Where the report and the diagnostics go, and where failures go: the C library's standard output
 /// and standard error until makeStreamsPrivate().

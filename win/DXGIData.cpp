@@ -1,14 +1,13 @@
-#include "DXGIData.h"
+#include "win/DXGIData.h"
 
 #include <wrl/client.h>
 
 #include <stdexcept>
 
-#include "DescFormat.h"
-#include "Diagnostics.h"
-#include "ReportFailure.h"
-#include "WideText.h"
-#include "WindowsApi.h"
+#include "log/Quoting.h"
+#include "log/ReportFailure.h"
+#include "win/DescFormat.h"
+#include "win/WindowsApi.h"
 
 using Microsoft::WRL::ComPtr;
 
@@ -22,7 +21,7 @@ unsigned countDisplays(IDXGIAdapter& adapter) {
   for (UINT o = 0; SUCCEEDED(adapter.EnumOutputs(o, output.ReleaseAndGetAddressOf())); ++o) {
     DXGI_OUTPUT_DESC desc = {};
     if (FAILED(output->GetDesc(&desc))) continue;
-    AdapterLog(587)("output[", o, "]", Formatted(FormatOutputDesc, desc));
+    AdapterDiagnostic(587)("output[", o, "]", Formatted(FormatOutputDesc, desc));
     if (desc.AttachedToDesktop) ++displays;
   }
   return displays;
@@ -37,11 +36,11 @@ void readAdapters(ComPtr<IDXGIFactory>& factory, ComPtr<IDXGIAdapter>& adapter,
   for (UINT a = 0; SUCCEEDED(factory->EnumAdapters(a, adapter.ReleaseAndGetAddressOf())); ++a) {
     DXGI_ADAPTER_DESC desc = {};
     if (FAILED(adapter->GetDesc(&desc))) FailRequirement("pAdapter->GetDesc failed");
-    AdapterLog(574)("adapter[", a, "]", Formatted(FormatAdapterDesc, desc));
+    AdapterDiagnostic(574)("adapter[", a, "]", Formatted(FormatAdapterDesc, desc));
     const unsigned displays = countDisplays(*adapter.Get());
     // Drops software adapters, and GPUs whose picture another one shows.
     if (displays < 1) continue;
-    AdapterLog(595)("adapter[", a, "] displays: ", displays);
+    AdapterDiagnostic(595)("adapter[", a, "] displays: ", displays);
     devices.emplace_back(desc);
   }
 }
@@ -67,7 +66,7 @@ uint32_t DXGIData::GetVideoMemory() const {
 }
 
 std::string DXGIData::GetDescription() const {
-  return WideToLogText(fAdapterDesc.Description);
+  return quoteString(fAdapterDesc.Description);
 }
 
 bool DXGIData::IsIntegrated() const {

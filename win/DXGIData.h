@@ -6,13 +6,12 @@
 
 #include <vector>
 
-#include "AdapterMemory.h"
-#include "GPUData.h"
+#include "gpu/AdapterMemory.h"
 
 /// One display adapter as DXGI describes it.
 class DXGIData : public GPUData {
  public:
-  /// An adapter nobody has found: every number 0, no text.
+  /// No adapter: every number 0, no text.
   DXGIData() : fAdapterDesc{} {}
   explicit DXGIData(const DXGI_ADAPTER_DESC& desc) : fAdapterDesc(desc) {}
 
@@ -25,7 +24,7 @@ class DXGIData : public GPUData {
   uint32_t GetVideoMemory() const override;
   uint32_t GetVendorID() const override { return fAdapterDesc.VendorId; }
   uint32_t GetDeviceID() const override { return fAdapterDesc.DeviceId; }
-  /// The description as WideToLogText gives it.
+  /// The description as quoteString gives it.
   std::string GetDescription() const override;
 
   bool IsIntegrated() const;

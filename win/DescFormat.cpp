@@ -1,8 +1,8 @@
-#include "DescFormat.h"
+#include "win/DescFormat.h"
 
 #include <string>
 
-#include "WideText.h"
+#include "log/Quoting.h"
 
 namespace {
 
@@ -10,7 +10,7 @@ namespace {
 std::string bytesToLogText(const std::string& bytes) {
   std::wstring units;
   for (const char byte : bytes) units += static_cast<wchar_t>(static_cast<unsigned char>(byte));
-  return WideToLogText(units.c_str());
+  return quoteString(units.c_str());
 }
 
 }  // namespace
@@ -21,7 +21,7 @@ std::ostream& FormatAdapterDesc(std::ostream& stream, const DXGI_ADAPTER_DESC& d
                 << " DedicatedVideoMemory=" << desc.DedicatedVideoMemory
                 << " DedicatedSystemMemory=" << desc.DedicatedSystemMemory
                 << " SharedSystemMemory=" << desc.SharedSystemMemory
-                << " Description=" << WideLogPiece{desc.Description} << "}";
+                << " Description=" << quoteString(desc.Description) << "}";
 }
 
 std::ostream& FormatOutputDesc(std::ostream& stream, const DXGI_OUTPUT_DESC& desc) {
@@ -30,7 +30,7 @@ std::ostream& FormatOutputDesc(std::ostream& stream, const DXGI_OUTPUT_DESC& des
   return stream << " AttachedToDesktop=" << desc.AttachedToDesktop
                 << " Rotation=" << static_cast<int>(desc.Rotation)
                 << " Monitor=" << static_cast<const void*>(desc.Monitor)
-                << " DeviceName=" << WideLogPiece{desc.DeviceName};
+                << " DeviceName=" << quoteString(desc.DeviceName);
 }
 
 std::ostream& FormatRect(std::ostream& stream, const RECT& rect) {

@@ -6,7 +6,7 @@
 
 #include <ostream>
 
-#include "ogl/DisplayDeviceKey.h"
+#include "zor/ogl/Context.h"
 
 // Descriptors as they stand in log lines. Each writes into the stream and returns it.
 

@@ -1,13 +1,13 @@
-#include "GPUImplWin.h"
+#include "win/GPUImplWin.h"
 
 #include <algorithm>
 #include <boost/algorithm/string/predicate.hpp>
 #include <boost/make_shared.hpp>
 
-#include "AdapterLog.h"
-#include "GLMemory.h"
-#include "GPU.h"
-#include "LogAndPrint.h"
+#include "gpu/GLQueries.h"
+#include "gpu/GPU.h"
+#include "log/Diagnostic.h"
+#include "win/DescFormat.h"
 
 namespace {
 
@@ -30,6 +30,27 @@ bool namesAnotherMaker(const std::string& glVendor, uint32_t vendorID) {
          });
 }
 
+void logDevice(DeviceStep step, uint64_t index, const ZOR::OGL::DisplayDeviceKey& key,
+               const DisplayContexts& soFar) {
+  switch (step) {
+    case DeviceStep::Next:
+      AdapterDiagnostic(837)("zorDeviceIndex=", index);
+      break;
+    case DeviceStep::Found:
+      AdapterDiagnostic(843)("creating ContextOffscreen for ", Formatted(FormatDisplayDevice, key));
+      break;
+    case DeviceStep::Made:
+      if (const std::string remark = soFar.contexts.back().context->remark(); !remark.empty())
+        Diagnostic{}("zorDevice[", index, "] context: ", remark);
+      AdapterDiagnostic(846)("zorDevice[", index, "]=", Formatted(FormatDisplayDevice, key));
+      break;
+    case DeviceStep::Failed:
+      Diagnostic{}("no context: ", soFar.failures.back().reason);
+      PrintDiagnostic(AdapterDiagnostic(853), "ContextOffscreen exception caught and ignored.");
+      break;
+  }
+}
+
 }  // namespace
 
 GPUList GPUImplWin::DoGetGPUs() {
@@ -37,18 +58,21 @@ GPUList GPUImplWin::DoGetGPUs() {
   try {
     findGPUs(gpus);
   } catch (...) {
-    LogAndPrint(AdapterLog(962), "DoGetGPUs fails with exception");
+    PrintDiagnostic(AdapterDiagnostic(962), "DoGetGPUs fails with exception");
   }
   return gpus;
 }
 
 void GPUImplWin::findGPUs(GPUList& gpus) {
   const std::vector<WMIData> wmi = WMIData::GetAllDevices();
-  AdapterLog(873)("wmiNumDevices=", wmi.size());
+  AdapterDiagnostic(873)("wmiNumDevices=", wmi.size());
   const std::vector<DXGIData> dxgi = DXGIData::GetAllDevices();
-  AdapterLog(877)("dxgiNumDevices=", dxgi.size());
-  const DisplayContexts contexts = CreateDisplayContexts();
-  AdapterLog(883)("zorNumContexts=", contexts.size());
+  AdapterDiagnostic(877)("dxgiNumDevices=", dxgi.size());
+  // Of two display devices with one name (two monitors on an adapter) the later counts.
+  ContextsByName contexts;
+  for (const DeviceContext& made : CreateDisplayContexts(logDevice).contexts)
+    contexts[made.key.deviceString] = made.context;
+  AdapterDiagnostic(883)("zorNumContexts=", contexts.size());
 
   // A name is all that the three sources share.
   ImplsByName impls;
@@ -57,38 +81,38 @@ void GPUImplWin::findGPUs(GPUList& gpus) {
   for (const auto& [name, impl] : impls) gpus.push_back(boost::make_shared<GLGPU>(impl));
 
   if (!gpus.empty() || contexts.empty()) return;
-  AdapterLog(970)("successful context creation but no matching WMI or DXGI devices found");
+  AdapterDiagnostic(970)("successful context creation but no matching WMI or DXGI devices found");
   const auto impl = boost::make_shared<GPUImplWin>();
-  impl->glContext = contexts.begin()->second.first;
+  impl->glContext = contexts.begin()->second;
   gpus.push_back(boost::make_shared<GLGPU>(impl));
 }
 
 template <class Record>
 void GPUImplWin::joinRecords(const std::vector<Record>& records, Record GPUImplWin::*field,
-                             const char* service, int line, const DisplayContexts& contexts,
+                             const char* service, int line, const ContextsByName& contexts,
                              ImplsByName& impls) {
   for (const Record& record : records) {
     const std::string name = record.GetName();
     const auto found = contexts.find(name);
     if (found == contexts.end()) {
-      AdapterLog(line)("ZOR Device for ", service, " ", name, " not found");
+      AdapterDiagnostic(line)("ZOR Device for ", service, " ", name, " not found");
       continue;
     }
     boost::shared_ptr<GPUImplWin>& impl = impls[name];
     if (!impl) {
       impl = boost::make_shared<GPUImplWin>();
-      impl->glContext = found->second.first;
+      impl->glContext = found->second;
     }
     (*impl).*field = record;
   }
 }
 
 std::string GPUImplWin::DoGetGLVendor() {
-  const std::string vendor = GPUImplHardware::DoGetGLVendor();
+  std::string vendor = GPUImplHardware::DoGetGLVendor();
   // The system gives a window's OpenGL to the driver that it likes, and a name on a display device
   // is no promise that it is this adapter's.
   if (namesAnotherMaker(vendor, fDXGIData.GetVendorID()))
-    SnifferLog{}("GL_VENDOR \"", vendor,
+    Diagnostic{}("GL_VENDOR \"", vendor,
                  "\" is not the maker of the adapter, vendorID=", fDXGIData.GetVendorID(), " \"",
                  fDXGIData.GetDescription(), "\"");
   return vendor;
@@ -101,6 +125,6 @@ unsigned GPUImplWin::DoGetGLMemoryMB() {
       GLMemoryBytes(*this, fDXGIData.GetVendorID(), "GPUImplWin::DoGetGLMemoryMB"));
   const auto wmiMB = static_cast<uint32_t>(bytes >> 20);
   const uint32_t dxgiMB = fDXGIData.GetVideoMemory();
-  AdapterLog(769)("wmiVRAM=", wmiMB, " dxgiVRAM=", dxgiMB);
+  AdapterDiagnostic(769)("wmiVRAM=", wmiMB, " dxgiVRAM=", dxgiMB);
   return std::max(wmiMB, dxgiMB);
 }

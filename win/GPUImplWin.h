@@ -2,10 +2,10 @@
 
 #include <map>
 
-#include "DXGIData.h"
-#include "DisplayContexts.h"
-#include "GPUImplHardware.h"
-#include "WMIData.h"
+#include "gpu/DisplayContexts.h"
+#include "gpu/GPUImplHardware.h"
+#include "win/DXGIData.h"
+#include "win/WMIData.h"
 
 /// One GPU on Windows: OpenGL and OpenCL answer as everywhere; identifiers, memory and the
 /// integrated verdict come from DXGI, the driver's texts from the management service.
@@ -31,13 +31,14 @@ class GPUImplWin : public GPUImplHardware {
 
  private:
   using ImplsByName = std::map<std::string, boost::shared_ptr<GPUImplWin>>;
+  using ContextsByName = std::map<std::string, boost::shared_ptr<ZOR::OGL::ContextOffscreen>>;
 
   static void findGPUs(GPUList& gpus);
   /// Gives each record to the implementation of its name, made on first need; a record whose
   /// name no context has is only logged, at that line.
   template <class Record>
   static void joinRecords(const std::vector<Record>& records, Record GPUImplWin::*field,
-                          const char* service, int line, const DisplayContexts& contexts,
+                          const char* service, int line, const ContextsByName& contexts,
                           ImplsByName& impls);
 
   WMIData fWMIData;

@@ -1,6 +1,6 @@
 #include <boost/make_shared.hpp>
 
-#include "GPUImplWin.h"
+#include "win/GPUImplWin.h"
 
 // Alone in its file: a program that brings a factory of its own links without this one.
 boost::shared_ptr<GPUImpl> MakeGPUImpl() {

@@ -1,12 +1,18 @@
-#include "WMIData.h"
+#include "win/WMIData.h"
 
 #include <windows.h>
 
 #include <comdef.h>
 #include <wbemcli.h>
+#include <wrl/client.h>
 
-#include "AdapterLog.h"
-#include "WideText.h"
+#include "log/Diagnostic.h"
+#include "log/Quoting.h"
+#include "log/ReportFailure.h"
+#include "win/WindowsApi.h"
+#include "zor/core/SystemTexts_win.h"
+
+using Microsoft::WRL::ComPtr;
 
 namespace {
 
@@ -16,9 +22,106 @@ bool readVariant(IWbemClassObject& object, const wchar_t* name, VARTYPE wanted, 
                  _variant_t& value) {
   const HRESULT hr = object.Get(name, 0, &value, nullptr, nullptr);
   if (SUCCEEDED(hr) && value.vt == wanted) return true;
-  AdapterLog(line)("WIData::GetProperty L\"", WideLogPiece{name}, "\": hr=", hr,
-                   ", type=", value.vt);
+  AdapterDiagnostic(line)("WIData::GetProperty L\"", quoteString(name), "\": hr=", hr,
+                          ", type=", value.vt);
   return false;
+}
+
+void require(HRESULT result, const char* failure) {
+  if (FAILED(result)) FailRequirement(failure);
+}
+
+/// What one enumeration holds open. Ends by close or by abandon.
+struct Session {
+  ComPtr<IDXGIFactory> factory;
+  ComPtr<IWbemLocator> locator;
+  ComPtr<IWbemServices> service;
+  ComPtr<IEnumWbemClassObject> enumerator;
+
+  void open();
+  void close();
+  void abandon() noexcept;
+};
+
+void Session::open() {
+  require(windowsApi.CreateDXGIFactory(IID_PPV_ARGS(factory.ReleaseAndGetAddressOf())),
+          "CreateDXGIFactory");
+  require(windowsApi.CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), "CoInitializeEx");
+  require(windowsApi.CoCreateInstance(CLSID_WbemLocator, nullptr,
+                                      CLSCTX_INPROC_SERVER | CLSCTX_LOCAL_SERVER,
+                                      IID_PPV_ARGS(locator.ReleaseAndGetAddressOf())),
+          "CoCreateInstance");
+  require(locator->ConnectServer(_bstr_t(L"ROOT\\CIMV2"), nullptr, nullptr, nullptr, 0, nullptr,
+                                 nullptr, service.ReleaseAndGetAddressOf()),
+          "pLoc->ConnectServer");
+  require(windowsApi.CoSetProxyBlanket(service.Get(), RPC_C_AUTHN_WINNT, RPC_C_AUTHZ_NONE, nullptr,
+                                       RPC_C_AUTHN_LEVEL_CALL, RPC_C_IMP_LEVEL_IMPERSONATE, nullptr,
+                                       EOAC_NONE),
+          "Could not set proxy blanket.");
+  require(service->ExecQuery(_bstr_t(L"WQL"), _bstr_t(L"SELECT * FROM Win32_VideoController"),
+                             WBEM_FLAG_FORWARD_ONLY | WBEM_FLAG_RETURN_IMMEDIATELY, nullptr,
+                             enumerator.ReleaseAndGetAddressOf()),
+          "pSvc->ExecQuery");
+}
+
+void Session::close() {
+  enumerator.Reset();
+  service.Reset();
+  locator.Reset();
+  windowsApi.CoUninitialize();
+  factory.Reset();
+}
+
+// A failed service is not called again, not even to release it: the interfaces stay referenced
+// and COM stays initialised until the process ends.
+void Session::abandon() noexcept {
+  enumerator.Detach();
+  service.Detach();
+  locator.Detach();
+  factory.Detach();
+}
+
+struct PCIIdentity {
+  uint32_t vendorID = 0;
+  uint32_t deviceID = 0;
+};
+
+/// The service knows no numeric identifiers: those of the adapter at the record's position.
+PCIIdentity adapterAt(IDXGIFactory* factory, size_t position) {
+  ComPtr<IDXGIAdapter> adapter;
+  if (!factory || FAILED(factory->EnumAdapters(static_cast<UINT>(position),
+                                               adapter.ReleaseAndGetAddressOf()))) {
+    return {};
+  }
+  DXGI_ADAPTER_DESC desc = {};
+  require(adapter->GetDesc(&desc), "theIDXGIAdapter->GetDesc");
+  return {desc.VendorId, desc.DeviceId};
+}
+
+/// Whether the controller is listed. Anything but "OK" is worth a line.
+bool isUsable(IWbemClassObject& object) {
+  const std::string status = WMIData::GetStrProperty(object, L"Status");
+  if (status != "OK") {
+    AdapterDiagnostic(213)("WMIData::GetStrProperty(*pclsObj, L\"Status\") returns \"", status,
+                           "\"");
+  }
+  return status != "Error";
+}
+
+void readControllers(const Session& session, std::vector<WMIData>& devices) {
+  if (!session.enumerator) return;
+  for (;;) {
+    ComPtr<IWbemClassObject> object;
+    ULONG count = 0;
+    require(session.enumerator->Next(static_cast<LONG>(WBEM_INFINITE), 1,
+                                     object.ReleaseAndGetAddressOf(), &count),
+            "pEnumerator->Next");
+    // The object alone tells the end: providers differ in what they count.
+    if (!object) return;
+    if (!isUsable(*object.Get())) continue;
+    const PCIIdentity identity = adapterAt(session.factory.Get(), devices.size());
+    devices.emplace_back(*object.Get(), identity.vendorID, identity.deviceID);
+  }
 }
 
 }  // namespace
@@ -54,7 +157,7 @@ bool WMIData::GetProperty(IWbemClassObject& object, const wchar_t* name, uint32_
 bool WMIData::GetProperty(IWbemClassObject& object, const wchar_t* name, std::string& out) {
   _variant_t value;
   if (!readVariant(object, name, VT_BSTR, 370, value)) return false;
-  out = WideToEscapedAscii(value.bstrVal);
+  out = ZOR::Core::EscapedAscii(value.bstrVal);
   return true;
 }
 
@@ -64,8 +167,16 @@ std::string WMIData::GetStrProperty(IWbemClassObject& object, const wchar_t* nam
   return value;
 }
 
-uint32_t WMIData::GetUInt32Property(IWbemClassObject& object, const wchar_t* name) {
-  uint32_t value = 0;
-  GetProperty(object, name, value);
-  return value;
+std::vector<WMIData> WMIData::GetAllDevices() {
+  std::vector<WMIData> devices;
+  Session session;
+  GuardedRead(
+      "WMIData::GetAllDevices()", 241, 245,
+      [&] {
+        session.open();
+        readControllers(session, devices);
+        session.close();
+      },
+      [&] { session.abandon(); });
+  return devices;
 }

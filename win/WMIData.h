@@ -4,15 +4,15 @@
 #include <string>
 #include <vector>
 
-#include "GPUData.h"
+#include "gpu/AdapterMemory.h"
 
 struct IWbemClassObject;
 
 /// One display controller as the management service describes it: an instance of
-/// Win32_VideoController. Texts are in escaped ASCII (WideToEscapedAscii).
+/// Win32_VideoController. Texts are in escaped ASCII (ZOR::Core::EscapedAscii).
 class WMIData : public GPUData {
  public:
-  /// A controller nobody has found: numbers 0, texts "?".
+  /// No controller: numbers 0, texts "?".
   WMIData();
   /// Reads one instance. A property that is missing or of another type leaves 0 or no text.
   WMIData(IWbemClassObject& object, uint32_t vendorID, uint32_t deviceID);

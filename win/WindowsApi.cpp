@@ -1,8 +1,7 @@
-#include "WindowsApi.h"
+#include "win/WindowsApi.h"
 
-#include "SnifferLog.h"
-#include "core/DynamicLibrary.h"
-#include "core/Exceptions.h"
+#include "log/Diagnostic.h"
+#include "zor/core/Library.h"
 
 namespace {
 
@@ -15,7 +14,7 @@ HRESULT WINAPI createSystemDXGIFactory(REFIID id, void** factory) {
     ZOR::Core::DynamicLibrary("dxgi.dll").load("CreateDXGIFactory", create);
     if (!create) throw ZOR::LogicalException("dxgi.dll has no CreateDXGIFactory");
   } catch (const ZOR::LogicalException& exception) {
-    SnifferLog{}(exception.what());
+    Diagnostic{}(exception.what());
     return HRESULT_FROM_WIN32(ERROR_MOD_NOT_FOUND);
   }
   return create(id, factory);

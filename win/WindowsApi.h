@@ -5,6 +5,10 @@
 #include <dxgi.h>
 #include <objbase.h>
 
+#include <exception>
+
+#include "log/Diagnostic.h"
+
 /// Every system call of this folder, and the seam at which tests put their own.
 /// Members have the names and types of the functions they stand for.
 struct WindowsApi {
@@ -18,3 +22,18 @@ struct WindowsApi {
 
 /// The system's own, unless replaced.
 extern WindowsApi windowsApi;
+
+/// Runs a reader's work. Any exception ends here: it is logged as "<operation> exception", with
+/// ": " and its text when it has one, and abandon takes what the work has left open.
+template <class Work, class Abandon>
+void GuardedRead(const char* operation, int textLine, int plainLine, Work work, Abandon abandon) {
+  try {
+    work();
+    return;
+  } catch (const std::exception& exception) {
+    AdapterDiagnostic(textLine)(operation, " exception: ", exception.what());
+  } catch (...) {
+    AdapterDiagnostic(plainLine)(operation, " exception");
+  }
+  abandon();
+}

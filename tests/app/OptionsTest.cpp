@@ -1,16 +1,16 @@
 #include <gmock/gmock.h>
 
-#include "Platform.h"
-#include "Probe.h"
+#include "app/Platform.h"
+#include "tests/app/TestApp.h"
 
 namespace {
 
 class OptionsTest : public testing::Test {
  protected:
   ~OptionsTest() override { ArmTimeout(0); }
-  ArgumentList Parse(ArgumentList arguments) { return probe.ParseArgs(arguments), arguments; }
+  ArgumentList Parse(ArgumentList arguments) { return app.ParseArgs(arguments), arguments; }
 
-  Probe probe;
+  TestApp app;
 };
 
 TEST_F(OptionsTest, IntegersConvertAsA32BitLong) {
@@ -22,22 +22,22 @@ TEST_F(OptionsTest, IntegersConvertAsA32BitLong) {
                             -3, 3,  6, 0,  2147483647, -2147483648, 2147483647, 0};
   for (size_t i = 0; i < std::size(texts); ++i) {
     EXPECT_TRUE(Parse({std::string("-exit=") + texts[i]}).empty());
-    EXPECT_EQ(probe.fExitCode, values[i]) << texts[i];
+    EXPECT_EQ(app.fExitCode, values[i]) << texts[i];
   }
 }
 
 TEST_F(OptionsTest, EveryOptionReachesItsField) {
   Parse({"-crashAfter=1", "-throwAfter=4294967295", "-app=first", "-exit=3", "-verbose=4",
          "-timeout=500", "-hang=6", "-app=a=b", "-crashAfter=-1"});
-  const int64_t numbers[] = {probe.fCrashAfter, probe.fThrowAfter, probe.fExitCode,
-                             probe.fVerbose,    probe.fTimeout,    probe.fHang};
+  const int64_t numbers[] = {app.fCrashAfter, app.fThrowAfter, app.fExitCode,
+                             app.fVerbose,    app.fTimeout,    app.fHang};
   EXPECT_THAT(numbers, testing::ElementsAre(0xFFFFFFFF, 2147483647, 3, 4, 500, 6));
-  EXPECT_EQ(probe.fHostApp, "a=b");
+  EXPECT_EQ(app.fHostApp, "a=b");
   Parse({"-app=", "-stdout=\"a b\"", "-comment=hello", "-stdout=\"", "-stdout=\"\"",
          "-stdout=\"\"x\"\"", "-stdout=\xFF=\"c", "-stderr=oops", "-stderr="});
-  EXPECT_EQ(probe.fHostApp, "");
-  EXPECT_EQ(probe.out, "a b\n# hello\n\"\n\n\"x\"\n\xFF=\"c\n");
-  EXPECT_EQ(probe.err, "oops\n\n");
+  EXPECT_EQ(app.fHostApp, "");
+  EXPECT_EQ(app.out, "a b\n# hello\n\"\n\n\"x\"\n\xFF=\"c\n");
+  EXPECT_EQ(app.err, "oops\n\n");
 }
 
 TEST_F(OptionsTest, WhatIsNotUnderstoodIsLeftInOrder) {
@@ -47,13 +47,13 @@ TEST_F(OptionsTest, WhatIsNotUnderstoodIsLeftInOrder) {
   ArgumentList arguments = strange;
   arguments.insert(std::next(arguments.begin(), 3), "-exit=9");
   EXPECT_EQ(Parse(arguments), strange);
-  EXPECT_EQ(probe.fExitCode, 9);
+  EXPECT_EQ(app.fExitCode, 9);
   EXPECT_THROW(Parse({"-verbose=2", "-help", "-verbose=3"}), GPUSnifferApp::UsageException);
-  EXPECT_EQ(probe.fVerbose, 2);
+  EXPECT_EQ(app.fVerbose, 2);
 }
 
 TEST_F(OptionsTest, ThresholdsReachATesterThatExists) {
-  const auto tester = probe.GetTester();
+  const auto tester = app.GetTester();
   Parse({"-crashAfter=2", "-throwAfter=1"});
   EXPECT_EQ(tester->Step(), 1u);
   EXPECT_THROW(tester->Step(), std::runtime_error);

@@ -2,14 +2,16 @@
 
 #include <csignal>
 
-#include "Probe.h"
+#include "tests/e2e/Probe.h"
 
 namespace {
 
 using namespace testing;
 
-Outcome runWith(const std::string& fake, const Lines& arguments) {
-  return RunProbe({arguments, "LD_LIBRARY_PATH=${GPUPROBE_LAYERS:?}/egl FAKE_EGL='" + fake + "'"});
+Outcome runWith(const std::string& fake, const Lines& arguments,
+                const std::string& environment = "") {
+  return RunProbe({arguments, environment + "LD_LIBRARY_PATH=${GPUPROBE_LAYERS:?}/egl FAKE_EGL='" +
+                                  fake + "'"});
 }
 
 struct Driver {
@@ -80,16 +82,47 @@ TEST(LinuxDrivers, NoLibrary) {
   EXPECT_THAT(run.err, ElementsAre(ContainsRegex("DoGetGPUs fails .*libEGL.so.1: ")));
 }
 
-TEST(LinuxDrivers, HelpLoadsNone) {
-  const auto loaded = [](const Lines& arguments) {
+TEST(LinuxDrivers, HelpAndSkippedAPIsLoadNone) {
+  const auto loaded = [](const Lines& arguments, const std::string& environment) {
     std::string lines;
-    for (const std::string& line : RunProbe({arguments, "LD_DEBUG=libs"}).err) lines += line;
+    for (const std::string& line : RunProbe({arguments, "LD_DEBUG=libs " + environment}).err)
+      lines += line;
     return lines;
   };
-  const std::string help = loaded({"-help"});
-  for (const char* library : {"libEGL", "libGL", "libOpenCL", "_dri.so"})
-    EXPECT_THAT(help, Not(HasSubstr(library)));
-  EXPECT_THAT(loaded({}), HasSubstr("libEGL.so.1"));
+  for (const std::string& lines :
+       {loaded({"-help"}, ""), loaded({}, "GPUPROBE_SKIP=OpenCL,OpenGL")})
+    for (const char* library : {"libEGL", "libGL", "libOpenCL", "_dri.so"})
+      EXPECT_THAT(lines, Not(HasSubstr(library)));
+  EXPECT_THAT(loaded({}, ""), AllOf(HasSubstr("libEGL.so.1"), HasSubstr("libOpenCL.so.1")));
+}
+
+TEST(LinuxDrivers, SkippedDevicesGetNoContext) {
+  const Outcome run = runWith(
+      "device=/dev/dri/card7;crash=eglInitialize;device=/dev/dri/renderD129;render;renderer=B", {},
+      "GPUPROBE_ANNOUNCE=1 GPUPROBE_SKIP='NumGLGPUs /dev/dri/card7,OpenCL' ");
+  EXPECT_EQ(run.code, 0);
+  EXPECT_THAT(run.report, Contains(R"(glgpu[0].GLRenderer="B")"));
+  Lines comments;
+  for (const std::string& line : run.comments)
+    if (line.find("glgpu[") == line.npos) comments.push_back(line);
+  EXPECT_EQ(comments,
+            Lines({"# asking ZOROGLInitialized", "# asking OGLContextCreated",
+                   "# asking OGLContextCreated /dev/dri/renderD129", "# asking NumGLGPUs",
+                   "# skipped NumGLGPUs /dev/dri/card7", "# asking NumGLGPUs /dev/dri/renderD129",
+                   "# skipped OpenCL", "# asking release"}));
+}
+
+// The last line names the driver, and the exit status stays what it is.
+TEST(LinuxDrivers, CrashesAreNamed) {
+  for (const auto& [fake, name, number] : {std::tuple("crash=load", "SIGSEGV", SIGSEGV),
+                                           {"abort=eglBindAPI", "SIGABRT", SIGABRT},
+                                           {"overflow=eglBindAPI", "SIGSEGV", SIGSEGV}}) {
+    const Outcome run = runWith(fake, {});
+    EXPECT_EQ(run.signal, number) << fake;
+    EXPECT_EQ(run.text.back(), '\n');
+    EXPECT_THAT(run.err, ElementsAre(MatchesRegex(std::string("crash: ") + name +
+                                                  " in /.*/layers/egl/libEGL.so.1.0x[0-9a-f]+")));
+  }
 }
 
 TEST(LinuxWaits, HangDelaysTheExit) {
@@ -110,8 +143,8 @@ void expectTimeout(const Outcome& run, const Lines& out) {
 }
 
 TEST(LinuxWaits, TimeoutEndsTheProbeAndKeepsItsLines) {
-  // Time for the whole report on a busy machine. A host may have handed down its own settings of the
-  // signal.
+  // Time for the whole report on a busy machine. A host may have handed down its own settings of
+  // the signal.
   expectTimeout(RunProbe({{"-timeout=5", "-hang=60000"},
                           "",
                           Start().streams,

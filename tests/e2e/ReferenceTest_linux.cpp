@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <regex>
 
-#include "Probe.h"
+#include "tests/e2e/Probe.h"
 
 namespace {
 

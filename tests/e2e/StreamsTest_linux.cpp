@@ -1,6 +1,6 @@
 #include <gmock/gmock.h>
 
-#include "Probe.h"
+#include "tests/e2e/Probe.h"
 
 namespace {
 
@@ -14,6 +14,7 @@ struct Redirection {
   bool out;  // still there
   bool err;
   size_t least;  // lines of the report that must fail to be written
+  const char* before = "";
 };
 
 class Streams : public TestWithParam<Redirection> {};
@@ -22,7 +23,8 @@ TEST_P(Streams, ChangeNothingElse) {
   const Redirection& redirection = GetParam();
   const auto run = [&](const Lines& arguments) {
     // Descriptor 3 is a pipe whose reader has gone.
-    return RunProbe({arguments, "exec 3> >(:); wait $!;", redirection.streams});
+    return RunProbe({arguments, std::string("exec 3> >(:); wait $!;") + redirection.before,
+                     redirection.streams});
   };
   using Case = std::pair<Lines, int>;
   for (const auto& [arguments, code] :
@@ -51,6 +53,7 @@ INSTANTIATE_TEST_SUITE_P(
            Redirection{"ErrClosed", R"(>"$0/out" 2>&-)", true, false, 0},
            Redirection{"ErrFull", R"(>"$0/out" 2>/dev/full)", true, false, 0},
            Redirection{"BothBroken", ">&3 2>&3", false, false, 0},
+           Redirection{"NoRoom", R"(>"$0/out" 2>"$0/err")", false, false, 0, "ulimit -f 0;"},
            Redirection{"AllClosed", "<&- >&- 2>&-", false, false, 0}),
     nameOf);
 

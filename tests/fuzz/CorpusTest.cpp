@@ -1,32 +1,21 @@
 #include <gtest/gtest.h>
 
-#include <filesystem>
-
-#include "SysfsTree.h"
-#include "Targets.h"
-
-namespace {
+#include "fuzz/Targets.h"
+#include "tests/support/SysfsTree.h"
 
 TEST(FuzzCorpus, EveryPromiseIsKept) {
-  const struct {
-    const char* corpus;
-    int (*target)(const uint8_t*, size_t);
-  } cases[] = {
+  const std::pair<const char*, void (*)(const std::string&)> targets[] = {
       {"SysfsNumbers", FuzzSysfsNumbers},
       {"PCIIDs", FuzzPCIIDs},
       {"GLVersions", FuzzGLVersions},
   };
-  for (const auto& c : cases) {
+  for (const auto& [name, target] : targets) {
     int inputs = 0;
-    const std::filesystem::path folder = std::filesystem::path(GPUPROBE_FUZZ_CORPUS) / c.corpus;
-    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-      SCOPED_TRACE(entry.path());
-      const std::string input = ReadWholeFile(entry.path());
-      EXPECT_EQ(c.target(reinterpret_cast<const uint8_t*>(input.data()), input.size()), 0);
+    const std::filesystem::path corpus = GPUPROBE_FUZZ_CORPUS;
+    for (const auto& entry : std::filesystem::directory_iterator(corpus / name)) {
+      target(ReadWholeFile(entry.path()));
       ++inputs;
     }
-    EXPECT_GT(inputs, 5);
+    EXPECT_GT(inputs, 5) << name;
   }
 }
-
-}  // namespace

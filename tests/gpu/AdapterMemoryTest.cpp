@@ -1,8 +1,8 @@
-#include "AdapterMemory.h"
+#include "gpu/AdapterMemory.h"
 
 #include <gtest/gtest.h>
 
-#include "LogCapture.h"
+#include "tests/support/LogCapture.h"
 
 namespace {
 

@@ -1,20 +1,16 @@
 #include <gmock/gmock.h>
 
+#include <array>
 #include <boost/make_shared.hpp>
 
-#include "CLPlatformVersion.h"
-#include "FakeGPUImpl.h"
-#include "Hardware.h"
+#include "tests/gpu/Hardware.h"
+#include "tests/support/FakeGPUImpl.h"
 
 namespace {
 
-struct Split {
-  std::string text, platform, cuda;
-};
-
-TEST(CLPlatformVersion, IsTakenApart) {
+TEST(CLTexts, PlatformVersionIsTakenApart) {
   using std::string_literals::operator""s;
-  const Split table[] = {
+  const std::array<std::string, 3> table[] = {
       {"OpenCL 1.2 CUDA 10.1.120", "1.2", "10.1.120"},
       {"OpenCL 3.0 ", "3.0 ", ""},
       {"OpenCL 1.2 CUDA ", "1.2", ""},
@@ -22,43 +18,64 @@ TEST(CLPlatformVersion, IsTakenApart) {
       {"OpenCL CUDA 9", "CUDA 9", ""},
       {"OpenCL  CUDA 9", "", "9"},
       {"OpenCL 1 CUDA 9 CUDA 8", "1", "9 CUDA 8"},
-      {"OpenCL 1 cuda 9", "1 cuda 9", ""},
       {"OpenCL OpenCL 1", "OpenCL 1", ""},
       {"Vendor 7 CUDA 6", "Vendor 7", "6"},
-      {"opencl 1.2", "opencl 1.2", ""},
-      {"OpenCL", "OpenCL", ""},
-      {"OpenCL ", "", ""},
+      {"opencl 1.2 cuda 9", "opencl 1.2 cuda 9", ""},
       {"", "", ""},
       {"OpenCL 1.2\0 CUDA 9"s, "1.2", ""},
       {"OpenCL 1.2 CUDA 9\0\0"s, "1.2", "9"},
   };
+  FakeCL fake;
+  Hardware hardware(fake.device());
   for (const auto& [text, platform, cuda] : table) {
-    FakeCL fake;
     fake.platforms[0].version = text;
-    Hardware hardware(fake.device());
     EXPECT_EQ(hardware.DoGetCLPlatformVersion(), platform) << text;
     EXPECT_EQ(hardware.DoGetCUDAVersion(), cuda) << text;
     EXPECT_EQ(hardware.DoIsCUDASupported(), !cuda.empty()) << text;
   }
 }
 
-TEST(CLTexts, EndAtTheirFirstNul) {
-  FakeCL fake;
-  Hardware hardware(fake.device());
-  const std::string tail("\0\0more\0", 7);
-  for (const auto& [property, text] :
-       std::map<cl_device_info, std::string>{{CL_DEVICE_NAME, "Board X"},
-                                             {CL_DEVICE_VENDOR, ""},
-                                             {CL_DRIVER_VERSION, "OpenCL 9"},
-                                             {CL_DEVICE_VERSION, "OpenCL 1.2 AMD-APP (1800.11)"}})
-    fake.properties[property] = text + tail;
-  EXPECT_EQ(hardware.DoGetCLName(), "Board X");
-  EXPECT_EQ(hardware.DoGetCLVendor(), "");
-  EXPECT_EQ(hardware.DoGetCLDriverVersion(), "OpenCL 9");
-  EXPECT_EQ(hardware.DoGetCLDeviceVersion(), "1.2 AMD-APP (1800.11)");
-  // A driver without a text may have no terminator either.
-  fake.claimedSizes = {{CL_DRIVER_VERSION, 0}, {CL_DEVICE_NAME, 0}};
-  EXPECT_EQ(hardware.DoGetCLDriverVersion() + hardware.DoGetCLName(), "");
+const struct {
+  std::string (GPUImplHardware::*ask)();
+  cl_uint property;
+  const char* text;
+  const char* answer;
+  const char* failure;
+} kTexts[] = {
+    {&GPUImplHardware::DoGetCLPlatformVersion, CL_PLATFORM_VERSION, "", "1.2 Fake",
+     "clGetPlatformInfo: status "},
+    {&GPUImplHardware::DoGetCLName, CL_DEVICE_NAME, "Board X", "Board X",
+     "clGetDeviceInfo: status "},
+    {&GPUImplHardware::DoGetCLVendor, CL_DEVICE_VENDOR, "", "", "clGetDeviceInfo: status "},
+    {&GPUImplHardware::DoGetCLDriverVersion, CL_DRIVER_VERSION, "OpenCL 9", "OpenCL 9",
+     "clGetDeviceInfo failed"},
+    {&GPUImplHardware::DoGetCLDeviceVersion, CL_DEVICE_VERSION, "OpenCL 1.2 AMD-APP (1800.11)",
+     "1.2 AMD-APP (1800.11)", "Failed requirement: status == CL_SUCCESS"},
+};
+
+// They end at their first NUL; whatever a driver says of a size, or at either call, ends that
+// question and no other.
+TEST(CLTexts, AnswerOrFailWithTheirOwnMessage) {
+  for (const auto& [ask, property, text, answer, failure] : kTexts) {
+    const auto run = [&, asks = ask, of = property, bytes = text](
+                         size_t claimedSize, unsigned failingCall, std::string& result) {
+      FakeCL fake;
+      fake.properties[of] = bytes + std::string("\0\0more\0", 7);
+      if (claimedSize != 1) fake.claimedSizes[of] = claimedSize;
+      const bool platform = of == CL_PLATFORM_VERSION;
+      fake.statuses[platform ? "clGetPlatformInfo" : "clGetDeviceInfo"][failingCall] = -5;
+      Hardware hardware(fake.device());
+      return failureOf([&] { result = (hardware.*asks)(); });
+    };
+    std::string result;
+    EXPECT_EQ(run(1, 0, result) + result, std::string("none") + answer);
+    // A driver without a text may have no terminator either.
+    EXPECT_EQ(run(0, 0, result) + result, "none") << answer;
+    for (const size_t size : {~size_t{0}, size_t{1} << 33})
+      EXPECT_THAT(run(size, 0, result), testing::StartsWith(failure)) << size;
+    for (const unsigned call : {1U, 2U})
+      EXPECT_THAT(run(1, call, result), testing::StartsWith(failure)) << call;
+  }
 }
 
 TEST(CLNumbers, AreTheDevicesOwn) {
@@ -76,44 +93,6 @@ TEST(CLNumbers, AreTheDevicesOwn) {
     fake.set(CL_DEVICE_HOST_UNIFIED_MEMORY, unified);
     EXPECT_EQ(hardware.DoIsIntegratedCLGPU(), unified != 0);
   }
-  EXPECT_EQ(hardware.DoGetCLComputeScore(), 0.0);
-}
-
-struct Question {
-  std::string (GPUImplHardware::*ask)();
-  cl_uint property;
-  const char* failure;
-};
-
-// Whatever a driver says of a text's size, or at either call, ends that question and no other.
-TEST(CLTexts, FailWithTheirOwnMessage) {
-  const Question table[] = {
-      {&GPUImplHardware::DoGetCLPlatformVersion, CL_PLATFORM_VERSION, "clGetPlatformInfo: status "},
-      {&GPUImplHardware::DoGetCUDAVersion, CL_PLATFORM_VERSION, "clGetPlatformInfo: status "},
-      {&GPUImplHardware::DoGetCLName, CL_DEVICE_NAME, "clGetDeviceInfo: status "},
-      {&GPUImplHardware::DoGetCLVendor, CL_DEVICE_VENDOR, "clGetDeviceInfo: status "},
-      {&GPUImplHardware::DoGetCLDriverVersion, CL_DRIVER_VERSION, "clGetDeviceInfo failed"},
-      {&GPUImplHardware::DoGetCLDeviceVersion, CL_DEVICE_VERSION,
-       "Failed requirement: status == CL_SUCCESS"},
-  };
-  for (const auto& [ask, property, failure] : table) {
-    const auto run = [&, ask = ask](FakeCL& fake) {
-      fake.properties[property] = std::string("?\0", 2);
-      Hardware hardware(fake.device());
-      return failureOf([&] { (hardware.*ask)(); });
-    };
-    for (const size_t size : {~size_t{0}, size_t{1} << 33}) {
-      FakeCL fake;
-      fake.claimedSizes[property] = size;
-      EXPECT_THAT(run(fake), testing::StartsWith(failure)) << size;
-    }
-    const bool platform = property == CL_PLATFORM_VERSION;
-    for (const unsigned call : {1U, 2U}) {
-      FakeCL fake;
-      fake.statuses[platform ? "clGetPlatformInfo" : "clGetDeviceInfo"][call] = -5;
-      EXPECT_THAT(run(fake), testing::StartsWith(failure)) << call;
-    }
-  }
 }
 
 TEST(CLList, HoldsTheGPUsOfAllPlatforms) {
@@ -128,6 +107,7 @@ TEST(CLList, HoldsTheGPUsOfAllPlatforms) {
     const auto cl = boost::dynamic_pointer_cast<CLGPU>(gpu);
     versions.push_back(cl->Version() + (cl->CUDASupported() ? "!" : ""));
     EXPECT_EQ(cl->deviceIndex, -1);
+    EXPECT_EQ(cl->Compute(), 0.0);  // the slot that measures nothing
   }
   EXPECT_THAT(versions, testing::ElementsAre("1!", "4", "4"));
   EXPECT_THAT(fake.calls, testing::Contains("clGetDeviceIDs(p, 4, 0, 0, p)"));
@@ -144,6 +124,12 @@ TEST(CLList, HoldsTheGPUsOfAllPlatforms) {
               std::string("OpenCL platform \"") + (named ? "A B" : "?") +
                   "\" left out: clGetDeviceIDs: status -6\n");
   }
+  // A device that goes between the two calls is not there.
+  fake.statuses.clear();
+  fake.gone = 1;
+  fake.platforms[2].devices.assign(3, CL_DEVICE_TYPE_GPU);
+  fake.platforms.emplace_back();
+  EXPECT_EQ(Hardware().DoGetCLGPUs().size(), 2U);
   fake.counts.clear();
   fake.statuses = {{"clGetPlatformIDs", {{1, -6}}}};
   EXPECT_THROW(Hardware().DoGetCLGPUs(), ZOR::LogicalException);

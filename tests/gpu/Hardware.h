@@ -2,9 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include "FakeCL.h"
-#include "GPUImplHardware.h"
-#include "core/Exceptions.h"
+#include "gpu/GPUImplHardware.h"
+#include "tests/support/FakeCL.h"
+#include "zor/core/Exceptions.h"
 
 /// The open slots filled with nothing, so that the hardware's own answers can be asked.
 struct Hardware : GPUImplHardware {

@@ -5,8 +5,8 @@
 #include <utility>
 #include <vector>
 
-#include "ocl/Device.h"
-#include "ocl/ExtensionManager.h"
+#include "zor/ocl/Library.h"
+#include "zor/ocl/Objects.h"
 
 /// An OpenCL driver that is the test: it answers what the test sets, notes every call and counts
 /// its living objects. In place of the system's for its own lifetime; one at a time. At its end no
@@ -24,7 +24,8 @@ class FakeCL {
   };
   std::vector<Platform> platforms{1};
   std::map<cl_device_info, std::string> properties;  // of every device, byte for byte
-  std::map<cl_uint, size_t> claimedSizes;            // property -> size in place of the true one
+  size_t gone = 0;                         // entries that a list has lost at its second call
+  std::map<cl_uint, size_t> claimedSizes;  // property -> size in place of the true one
   std::map<std::string, std::map<unsigned, cl_int>> statuses;  // function -> call from 1 -> status
   /// Start and end in nanoseconds of the events in their order; the last holds for all later ones.
   std::vector<std::pair<cl_ulong, cl_ulong>> times{{0, 5'000'000}};
@@ -47,8 +48,6 @@ class FakeCL {
   /// Notes the call and gives its status.
   cl_int enter(const std::string& function, const std::string& arguments);
   void* create(const char* function);
-  cl_int answer(cl_uint property, const std::string& bytes, size_t size, void* value,
-                size_t* needed) const;
   static FakeCL* active;
   std::map<const void*, size_t> events;  // handle -> how many came before
 

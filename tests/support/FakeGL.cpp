@@ -1,12 +1,12 @@
-#include "FakeGL.h"
+#include "tests/support/FakeGL.h"
 
 #include <algorithm>
 #include <iomanip>
 #include <sstream>
 #include <type_traits>
+#include <utility>
 
-#include "core/Exceptions.h"
-#include "ogl/GLEntryPoints.h"
+#include "zor/core/Exceptions.h"
 
 using ZOR::Core::EntryPoint;
 
@@ -29,7 +29,7 @@ class FakeContext : public ZOR::OGL::NativeContext {
 };
 
 template <class T>
-std::string argumentText(T value) {
+std::string textOf(T value) {
   std::ostringstream text;
   if constexpr (std::is_same_v<T, const GLfloat*>)  // a colour
     text << value[0] << ' ' << value[1] << ' ' << value[2] << ' ' << value[3];
@@ -42,129 +42,79 @@ std::string argumentText(T value) {
   return text.str();
 }
 
-template <class... Arguments>
-std::string argumentsText(Arguments... arguments) {
-  std::string text;
-  ((text += (text.empty() ? "" : ", ") + argumentText(arguments)), ...);
-  return text;
-}
+// What a call does is known by its arguments; most do nothing but to be recorded.
 
-void giveName(GLsizei, GLuint* names) {
+template <class... Arguments>
+void act(Arguments...) {}
+
+void act(GLsizei, GLuint* names) {
   *names = FakeGL::active->nextName++;
 }
-template <class... Arguments>
-void giveName(Arguments...) {}
 
-/// One recording function per entry point. Those that make objects give new names, as a result or
-/// through the pointer.
-template <int Index, class Function>
-struct Recorder;
-template <int Index, class Result, class... Arguments>
-struct Recorder<Index, Result (*)(Arguments...)> {
-  static const char* fName;
-  static Result APIENTRY call(Arguments... arguments) {
-    FakeGL::active->record(fName, argumentsText(arguments...));
-    giveName(arguments...);
-    if constexpr (std::is_integral_v<Result>)
-      return Result(FakeGL::active->nextName++);
-    else
-      return Result();
-  }
-};
-template <int Index, class Result, class... Arguments>
-const char* Recorder<Index, Result (*)(Arguments...)>::fName = nullptr;
-
-void APIENTRY getIntegerv(GLenum name, GLint* out) {
+void act(GLenum name, GLint* out) {
   FakeGL& gl = *FakeGL::active;
-  gl.record("glGetIntegerv", argumentsText(name));
-  if (name == GL_NUM_EXTENSIONS) *out = static_cast<GLint>(gl.extensions.size());
-  if (gl.integers.count(name)) *out = gl.integers[name];
+  if (name == GL_NUM_EXTENSIONS) gl.integers[name] = static_cast<GLint>(gl.extensions.size());
+  // ATI_meminfo's queries have four figures.
+  const int figures = name >= 0x87FB && name <= 0x87FD ? 4 : 1;
+  if (gl.integers.count(name)) std::fill_n(out, figures, gl.integers[name]);
 }
 
-void APIENTRY getProgramivARB(GLenum target, GLenum name, GLint* out) {
-  FakeGL::active->record("glGetProgramivARB", argumentsText(target, name));
-  if (FakeGL::active->integers.count(name)) *out = FakeGL::active->integers[name];
+void act(GLuint, GLenum name, GLint* out) {
+  FakeGL& gl = *FakeGL::active;
+  gl.integers[GL_COMPILE_STATUS] = gl.shaderStatus;
+  gl.integers[GL_LINK_STATUS] = gl.linkStatus;
+  gl.integers[GL_INFO_LOG_LENGTH] = static_cast<GLint>(gl.informationLog.size() + 1);
+  act(name, out);
 }
 
-const GLubyte* APIENTRY getString(GLenum name) {
+void act(GLuint, GLsizei size, GLsizei* length, GLchar* out) {
+  *length =
+      static_cast<GLsizei>(FakeGL::active->informationLog.copy(out, static_cast<size_t>(size)));
+}
+
+void act(GLuint, GLsizei count, const GLchar* const* texts, const GLint*) {
+  for (GLsizei i = 0; i < count; ++i) FakeGL::active->sources += texts[i];
+  FakeGL::active->sources += '\n';
+}
+
+const GLubyte* stringOf(GLenum name) {
   FakeGL& gl = *FakeGL::active;
-  gl.record("glGetString", argumentsText(name));
-  if (name == GL_EXTENSIONS) {
-    std::string& joined = gl.strings[name];
-    joined.clear();
-    for (const std::string& extension : gl.extensions) joined += extension + ' ';
-  }
-  if (name == GL_VERSION) gl.strings[name] = gl.version;
+  gl.strings[GL_VERSION] = gl.version;
+  gl.strings[GL_EXTENSIONS].clear();
+  for (const std::string& extension : gl.extensions) gl.strings[GL_EXTENSIONS] += extension + ' ';
   const auto found = gl.strings.find(name);
   return found == gl.strings.end() ? nullptr
                                    : reinterpret_cast<const GLubyte*>(found->second.c_str());
 }
 
-const GLubyte* APIENTRY getStringi(GLenum name, GLuint index) {
-  FakeGL::active->record("glGetStringi", argumentsText(name, index));
+const GLubyte* stringOf(GLenum, GLuint index) {
   return reinterpret_cast<const GLubyte*>(FakeGL::active->extensions[index].c_str());
 }
 
-GLenum APIENTRY getError() {
-  FakeGL::active->record("glGetError", "");
-  return std::exchange(FakeGL::active->pendingError, static_cast<GLenum>(GL_NO_ERROR));
-}
-
-void APIENTRY shaderSource(GLuint shader, GLsizei count, const GLchar* const* texts,
-                           const GLint* lengths) {
-  FakeGL::active->record("glShaderSource", argumentsText(shader, count, lengths));
-  for (GLsizei i = 0; i < count; ++i) FakeGL::active->sources += texts[i];
-  FakeGL::active->sources += '\n';
-}
-
-GLint objectValue(GLenum name) {
-  const FakeGL& gl = *FakeGL::active;
-  switch (name) {
-    case GL_COMPILE_STATUS:
-      return gl.shaderStatus;
-    case GL_LINK_STATUS:
-      return gl.linkStatus;
-    default:
-      return static_cast<GLint>(gl.informationLog.size() + 1);
-  }
-}
-
-void APIENTRY getObjectiv(GLuint, GLenum name, GLint* out) {
-  *out = objectValue(name);
-}
-
-void APIENTRY getObjectLog(GLuint, GLsizei size, GLsizei* length, GLchar* out) {
-  const std::string& log = FakeGL::active->informationLog;
-  *length = static_cast<GLsizei>(log.copy(out, static_cast<size_t>(size)));
-}
-
 template <class Function>
-EntryPoint address(Function* function) {
-  return reinterpret_cast<EntryPoint>(function);
-}
+struct Fake;
 
-std::map<std::string, EntryPoint> makeTable() {
-  std::map<std::string, EntryPoint> table;
-  enum Index {
-#define FAKE_INDEX(name) kIndex_##name,
-    ZOR_GL_ENTRY_POINTS(FAKE_INDEX)
-#undef FAKE_INDEX
-  };
-#define FAKE_ENTRY(name)                                     \
-  Recorder<kIndex_##name, decltype(&::name)>::fName = #name; \
-  table[#name] = address(&Recorder<kIndex_##name, decltype(&::name)>::call);
-  ZOR_GL_ENTRY_POINTS(FAKE_ENTRY)
-#undef FAKE_ENTRY
-  table["glGetIntegerv"] = address(&getIntegerv);
-  table["glGetProgramivARB"] = address(&getProgramivARB);
-  table["glGetString"] = address(&getString);
-  table["glGetStringi"] = address(&getStringi);
-  table["glGetError"] = address(&getError);
-  table["glShaderSource"] = address(&shaderSource);
-  table["glGetShaderiv"] = table["glGetProgramiv"] = address(&getObjectiv);
-  table["glGetShaderInfoLog"] = table["glGetProgramInfoLog"] = address(&getObjectLog);
-  return table;
-}
+template <class Result, class... Arguments>
+struct Fake<Result (*)(Arguments...)> {
+  template <const char* const& Name>
+  static Result APIENTRY call(Arguments... arguments) {
+    FakeGL& gl = *FakeGL::active;
+    std::string text;
+    ((text += (text.empty() ? "" : ", ") + textOf(arguments)), ...);
+    gl.calls.push_back(std::string(Name) + '(' + text + ')');
+    act(arguments...);
+    const auto error = gl.errorAfter.find(Name);
+    if (error != gl.errorAfter.end() && gl.pendingError == GL_NO_ERROR)
+      gl.pendingError = error->second;
+    if constexpr (std::is_same_v<Result, const GLubyte*>)
+      return stringOf(arguments...);
+    else if constexpr (std::is_integral_v<Result>)
+      return std::string(Name) == "glGetError" ? std::exchange(gl.pendingError, 0U) : gl.nextName++;
+  }
+};
+
+#define FAKE_NAME(name) constexpr const char* const name##Name = #name;
+ZOR_GL_ENTRY_POINTS(FAKE_NAME)
 
 }  // namespace
 
@@ -200,11 +150,8 @@ std::function<void()> FakeGL::saveCurrent() {
 
 EntryPoint FakeGL::entryPoint(const char* name) {
   if (std::count(lacking.begin(), lacking.end(), name)) return nullptr;
-  static const std::map<std::string, EntryPoint> table = makeTable();
+#define FAKE_ENTRY(function) \
+  {#function, reinterpret_cast<EntryPoint>(&Fake<decltype(&::function)>::call<function##Name>)},
+  static const std::map<std::string, EntryPoint> table = {ZOR_GL_ENTRY_POINTS(FAKE_ENTRY)};
   return table.at(name);
-}
-
-void FakeGL::record(const std::string& name, const std::string& arguments) {
-  calls.push_back(name + '(' + arguments + ')');
-  if (errorAfter.count(name) && pendingError == GL_NO_ERROR) pendingError = errorAfter[name];
 }

@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "ogl/Backend.h"
-#include "ogl/ContextOffscreen.h"
-#include "ogl/GLHeaders.h"
+#include "zor/ogl/Backend.h"
+#include "zor/ogl/Context.h"
+#include "zor/ogl/OpenGLInterceptor.h"
 
 /// An OpenGL binding whose driver is the test: it records every GL call with its arguments, and
 /// answers, fails and lacks what the test sets. In place of the system's for its own lifetime;
@@ -46,7 +46,5 @@ class FakeGL : public ZOR::OGL::Backend {
   std::function<void()> saveCurrent() override;
   ZOR::Core::EntryPoint entryPoint(const char* name) override;
 
-  /// Used by the recording functions.
-  void record(const std::string& name, const std::string& arguments);
   static FakeGL* active;
 };

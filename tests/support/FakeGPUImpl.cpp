@@ -1,4 +1,4 @@
-#include "FakeGPUImpl.h"
+#include "tests/support/FakeGPUImpl.h"
 
 boost::shared_ptr<GPUImpl> MakeGPUImpl() {
   if (fakeMachine.make) return fakeMachine.make();

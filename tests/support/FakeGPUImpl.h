@@ -4,7 +4,7 @@
 #include <map>
 #include <string>
 
-#include "GPU.h"
+#include "gpu/GPU.h"
 
 /// What the test build's MakeGPUImpl() finds. Tests reset it.
 struct FakeMachine {
@@ -30,23 +30,12 @@ class FakeGPUImpl : public GPUImpl {
   explicit FakeGPUImpl(const std::string& tag = "") : fTag(tag) {}
 
   GPUList DoGetGPUs() override { return List<GLGPU>(__func__, "glgpu", fakeMachine.gl); }
-  std::string DoGetGLVersion() override { return Text(__func__); }
-  unsigned DoGetGLMemoryMB() override { return Number<unsigned>(__func__); }
-  std::string DoGetGLName() override { return Text(__func__); }
-  std::string DoGetGLVendor() override { return Text(__func__); }
-  unsigned DoGetGLVendorID() override { return Number<unsigned>(__func__); }
-  std::string DoGetGLDriverVersion() override { return Text(__func__); }
-  unsigned DoGetGLRectTextureSize() override { return Number<unsigned>(__func__); }
-  std::string DoGetGLRenderer() override { return Text(__func__); }
-  unsigned DoGetGLRendererID() override { return Number<unsigned>(__func__); }
-  bool DoHasGLNPOTSupport() override { return Number<bool>(__func__); }
-  std::string DoGetGLDriver() override { return Text(__func__); }
-  std::string DoGetGLDriverDate() override { return Text(__func__); }
-  std::string DoGetGLCaption() override { return Text(__func__); }
-  bool DoCompileProgramGLSL() override { return Number<bool>(__func__); }
-  bool DoGLFramebufferOK() override { return Number<bool>(__func__); }
+  GPUList DoGetCLGPUs() override { return List<CLGPU>(__func__, "clgpu", fakeMachine.cl); }
+  GPUList DoGetNativeGPUs() override {
+    return List<NativeGPU>(__func__, "nativegpu", fakeMachine.native);
+  }
   const char* DoGLGetString(unsigned) override {
-    fDriverText = Text(__func__);
+    fDriverText = Answer(__func__, fDriverText);
     return fDriverText.empty() ? nullptr : fDriverText.c_str();
   }
   void DoGLGetIntegerv(unsigned name, int* out) override { *out = Echo(__func__, name); }
@@ -54,47 +43,45 @@ class FakeGPUImpl : public GPUImpl {
     *out = Echo(__func__, target + code);
   }
   bool DoGLIsExtensionSupported(unsigned number) override { return Echo(__func__, number) % 2; }
-  bool DoIsIntegratedGLGPU() override { return Number<bool>(__func__); }
-  GPUList DoGetCLGPUs() override { return List<CLGPU>(__func__, "clgpu", fakeMachine.cl); }
-  std::string DoGetCLPlatformVersion() override { return Text(__func__); }
-  unsigned DoGetCLMemoryMB() override { return Number<unsigned>(__func__); }
-  std::string DoGetCLName() override { return Text(__func__); }
-  std::string DoGetCLVendor() override { return Text(__func__); }
-  unsigned DoGetCLVendorID() override { return Number<unsigned>(__func__); }
-  std::string DoGetCLDriverVersion() override { return Text(__func__); }
-  bool DoIsCUDASupported() override { return Number<bool>(__func__); }
-  std::string DoGetCUDAVersion() override { return Text(__func__); }
-  double DoGetCLBandwidth() override { return Number<double>(__func__); }
-  double DoGetCLCompute() override { return Number<double>(__func__); }
-  double DoGetCLComputeScore() override { return Number<double>(__func__); }
-  std::string DoGetCLDeviceVersion() override { return Text(__func__); }
-  bool DoIsIntegratedCLGPU() override { return Number<bool>(__func__); }
-  GPUList DoGetNativeGPUs() override {
-    return List<NativeGPU>(__func__, "nativegpu", fakeMachine.native);
-  }
-  std::string DoGetNativeName() override { return Text(__func__); }
 
- private:
-  void Ask(const char* operation) const {
-    if (fakeMachine.onQuestion) fakeMachine.onQuestion(fTag, operation);
+  using Text = std::string;
+#define FAKE(Value, name)          \
+  Value name() override {          \
+    return Answer(#name, Value()); \
   }
-  std::string Text(const char* operation) const {
-    Ask(operation);
+  // clang-format off
+  FAKE(Text, DoGetGLVersion) FAKE(Text, DoGetGLName) FAKE(Text, DoGetGLVendor)
+  FAKE(Text, DoGetGLDriverVersion) FAKE(Text, DoGetGLRenderer) FAKE(Text, DoGetGLDriver)
+  FAKE(Text, DoGetGLDriverDate) FAKE(Text, DoGetGLCaption) FAKE(Text, DoGetCLPlatformVersion)
+  FAKE(Text, DoGetCLName) FAKE(Text, DoGetCLVendor) FAKE(Text, DoGetCLDriverVersion)
+  FAKE(Text, DoGetCUDAVersion) FAKE(Text, DoGetCLDeviceVersion) FAKE(Text, DoGetNativeName)
+  FAKE(unsigned, DoGetGLMemoryMB) FAKE(unsigned, DoGetGLVendorID)
+  FAKE(unsigned, DoGetGLRectTextureSize) FAKE(unsigned, DoGetGLRendererID)
+  FAKE(unsigned, DoGetCLMemoryMB) FAKE(unsigned, DoGetCLVendorID) FAKE(bool, DoHasGLNPOTSupport)
+  FAKE(bool, DoCompileProgramGLSL) FAKE(bool, DoGLFramebufferOK) FAKE(bool, DoIsIntegratedGLGPU)
+  FAKE(bool, DoIsCUDASupported) FAKE(bool, DoIsIntegratedCLGPU) FAKE(double, DoGetCLBandwidth)
+  FAKE(double, DoGetCLCompute) FAKE(double, DoGetCLComputeScore)
+  // clang-format on
+#undef FAKE
+
+                                                                  private
+      : int Echo(const char* operation, unsigned number) const {
+    if (fakeMachine.onQuestion) fakeMachine.onQuestion(fTag, operation);
+    return static_cast<int>(number);
+  }
+  std::string Answer(const char* operation, const std::string&) const {
+    Echo(operation, 0);
     const auto text = fakeMachine.texts.find(operation);
     return text == fakeMachine.texts.end() ? fTag + " " + operation : text->second;
   }
   template <class Value>
-  Value Number(const char* operation) const {
-    Ask(operation);
+  Value Answer(const char* operation, Value) const {
+    Echo(operation, 0);
     return static_cast<Value>(fakeMachine.numbers[operation]);
-  }
-  int Echo(const char* operation, unsigned number) const {
-    Ask(operation);
-    return static_cast<int>(number);
   }
   template <class Kind>
   GPUList List(const char* operation, const std::string& word, unsigned count) const {
-    Ask(operation);
+    Echo(operation, 0);
     GPUList list;
     while (list.size() < count) {
       const std::string tag = word + "[" + std::to_string(list.size()) + "]";

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "SnifferLog.h"
+#include "log/Diagnostic.h"
 
 /// Turns the program's diagnostics on for its own lifetime and keeps all messages: as one text, as
 /// they are written (without a prefix unless the test sets flags), and one line each, with the line
@@ -10,10 +10,10 @@
 class LogCapture : public NKLogger {
  public:
   explicit LogCapture(const char* name = "recording")
-      : NKLogger(name), fLevel(std::exchange(gpuSnifferLevel(), 1)) {
+      : NKLogger(name), fLevel(std::exchange(channelLevel(gpuSnifferChannel), 1)) {
     setFlags(0);
   }
-  ~LogCapture() noexcept override { gpuSnifferLevel() = fLevel; }
+  ~LogCapture() noexcept override { channelLevel(gpuSnifferChannel) = fLevel; }
 
   void logv(const char* file, int line, const char* format, va_list args) override {
     const std::size_t start = text.size();
@@ -44,8 +44,6 @@ class LogCapture : public NKLogger {
   }
 
  private:
-  static int& gpuSnifferLevel() { return channelLevel(gpuSnifferChannel); }
-
   int fLevel;
   std::vector<std::pair<int, std::string>> fLines;
 };

@@ -1,8 +1,10 @@
-#include "SysfsTree.h"
+#include "tests/support/SysfsTree.h"
 
+#include <algorithm>
 #include <boost/algorithm/string/replace.hpp>
 #include <cstdlib>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 #include <stdexcept>
 
@@ -24,20 +26,17 @@ SysfsTree::~SysfsTree() {
 
 void SysfsTree::addLine(const std::string& line, std::string& folder) const {
   if (line.empty() || line[0] == '#') return;
+  const size_t sign = std::min(line.find(" -> "), line.find(" = "));
   if (line[0] == '@') {
     folder = line.size() == 1 ? "" : line.substr(1) + '/';
-    return;
-  }
-  if (const size_t sign = line.find(" -> "); sign != std::string::npos) {
+  } else if (line.compare(sign, 4, " -> ") == 0) {
     link(folder + line.substr(0, sign), line.substr(sign + 4));
-    return;
+  } else {
+    std::string content = line.substr(sign + 3) + '\n';
+    boost::replace_all(content, "\\n", "\n");
+    boost::replace_all(content, "\\t", "\t");
+    write(folder + line.substr(0, sign), content);
   }
-  const size_t sign = line.find(" = ");
-  if (sign == std::string::npos) throw std::runtime_error("neither file nor link: " + line);
-  std::string content = line.substr(sign + 3) + '\n';
-  boost::replace_all(content, "\\n", "\n");
-  boost::replace_all(content, "\\t", "\t");
-  write(folder + line.substr(0, sign), content);
 }
 
 path SysfsTree::prepare(const std::string& file) const {
@@ -67,7 +66,5 @@ std::string SysfsTree::Recorded(const std::string& machine) {
 
 std::string ReadWholeFile(const path& file) {
   std::ifstream stream(file, std::ios::binary);
-  std::ostringstream text;
-  text << stream.rdbuf();
-  return text.str();
+  return {std::istreambuf_iterator<char>(stream), {}};
 }

@@ -1,15 +1,18 @@
 // The C view of the interfaces: a table of functions, of which only the used ones are filled. A
 // call of any other one ends the test program.
 #define CINTERFACE
-#include "FakeWindows.h"
+#include "tests/win/FakeWindows.h"
 
 #include <gtest/gtest.h>
 #include <windows.h>
 
 #include <wbemcli.h>
 
-#include "ReportFailure.h"
-#include "WindowsApi.h"
+#include <array>
+#include <utility>
+
+#include "log/ReportFailure.h"
+#include "win/WindowsApi.h"
 
 namespace {
 
@@ -19,11 +22,11 @@ ReportSink systemSink;
 
 template <class Interface>
 struct Object : Interface {
-  std::remove_pointer_t<decltype(Interface::lpVtbl)> table;
-  const char* kind;
-  size_t position;  // in the list that it stands for or walks
-  const FakeAdapter* adapter;
-  const FakeController* controller;
+  std::remove_pointer_t<decltype(Interface::lpVtbl)> table{};
+  const char* kind = nullptr;
+  size_t position = 0;  // in the list that it stands for or walks
+  const FakeAdapter* adapter = nullptr;
+  const FakeController* controller = nullptr;
 };
 
 template <class Interface>
@@ -37,7 +40,8 @@ HRESULT use(const std::string& call) {
 
 /// Makes the object that a call hands out, for one owner; fill sets what it has of its own.
 template <class Interface, class Fill>
-HRESULT give(const char* kind, Interface** out, Fill fill) {
+HRESULT give(const char* call, const char* kind, Interface** out, Fill fill) {
+  if (FAILED(use(call))) return E_FAIL;
   auto* object = new Object<Interface>();
   object->lpVtbl = &object->table;
   object->kind = kind;
@@ -52,12 +56,6 @@ HRESULT give(const char* kind, Interface** out, Fill fill) {
   return S_OK;
 }
 
-template <class Interface, class Fill>
-HRESULT give(const char* call, const char* kind, Interface** out, Fill fill) {
-  const HRESULT result = use(call);
-  return FAILED(result) ? result : give(kind, out, fill);
-}
-
 HRESULT describeOutput(IDXGIOutput* output, DXGI_OUTPUT_DESC* desc) {
   const char kind = self(output).adapter->outputs[self(output).position];
   desc->AttachedToDesktop = kind != '0';
@@ -68,7 +66,7 @@ HRESULT describeOutput(IDXGIOutput* output, DXGI_OUTPUT_DESC* desc) {
 
 HRESULT enumOutputs(IDXGIAdapter* adapter, UINT index, IDXGIOutput** out) {
   if (index >= self(adapter).adapter->outputs.size()) return DXGI_ERROR_NOT_FOUND;
-  return give("output", out, [&](auto& output) {
+  return give("EnumOutputs", "output", out, [&](auto& output) {
     output.table.GetDesc = describeOutput;
     output.adapter = self(adapter).adapter;
     output.position = index;
@@ -77,41 +75,30 @@ HRESULT enumOutputs(IDXGIAdapter* adapter, UINT index, IDXGIOutput** out) {
 
 HRESULT describeAdapter(IDXGIAdapter* adapter, DXGI_ADAPTER_DESC* desc) {
   const FakeAdapter& source = *self(adapter).adapter;
+  *desc = {{}, source.vendorID, source.deviceID, 0, 0, source.video, 0, source.shared, {}};
   wcscpy(desc->Description, source.name);
-  desc->VendorId = source.vendorID;
-  desc->DeviceId = source.deviceID;
-  desc->DedicatedVideoMemory = source.video;
-  desc->SharedSystemMemory = source.shared;
   return use("adapter GetDesc");
 }
 
 HRESULT enumAdapters(IDXGIFactory*, UINT index, IDXGIAdapter** out) {
   if (index >= fake->adapters.size()) return DXGI_ERROR_NOT_FOUND;
-  return give("adapter", out, [&](auto& adapter) {
+  return give("EnumAdapters", "adapter", out, [&](auto& adapter) {
     adapter.table.EnumOutputs = enumOutputs;
     adapter.table.GetDesc = describeAdapter;
     adapter.adapter = &fake->adapters[index];
   });
 }
 
-HRESULT WINAPI createFactory(REFIID, void** out) {
-  return give("CreateDXGIFactory", "factory", reinterpret_cast<IDXGIFactory**>(out),
-              [](auto& factory) { factory.table.EnumAdapters = enumAdapters; });
-}
-
 HRESULT getProperty(IWbemClassObject* object, LPCWSTR name, LONG, VARIANT* value, CIMTYPE*, LONG*) {
   const auto found = self(object).controller->find(name);
   if (found == self(object).controller->end()) return E_FAIL;
-  if (const auto* text = std::get_if<const wchar_t*>(&found->second)) {
-    value->vt = VT_BSTR;
-    value->bstrVal = SysAllocString(*text);
-  } else if (const auto* number = std::get_if<int32_t>(&found->second)) {
-    value->vt = VT_I4;
-    value->lVal = *number;
-  } else {
-    value->vt = VT_UNKNOWN;
-    give("variant", &value->punkVal, [](auto&) {});
-  }
+  value->vt = std::array<VARTYPE, 3>{VT_BSTR, VT_I4, VT_UNKNOWN}[found->second.index()];
+  if (value->vt == VT_BSTR)
+    value->bstrVal = SysAllocString(std::get<0>(found->second));
+  else if (value->vt == VT_I4)
+    value->lVal = std::get<1>(found->second);
+  else
+    give("Get", "variant", &value->punkVal, [](auto&) {});
   return S_OK;
 }
 
@@ -127,8 +114,7 @@ HRESULT next(IEnumWbemClassObject* enumerator, LONG timeout, ULONG, IWbemClassOb
 
 HRESULT execQuery(IWbemServices*, BSTR language, BSTR query, LONG flags, IWbemContext*,
                   IEnumWbemClassObject** out) {
-  EXPECT_STREQ(language, L"WQL");
-  EXPECT_STREQ(query, L"SELECT * FROM Win32_VideoController");
+  EXPECT_EQ(std::wstring(language) + query, L"WQLSELECT * FROM Win32_VideoController");
   EXPECT_EQ(flags, 0x30);
   return give("ExecQuery", "enumerator", out, [](auto& made) { made.table.Next = next; });
 }
@@ -140,45 +126,41 @@ HRESULT connectServer(IWbemLocator*, BSTR path, BSTR, BSTR, BSTR, LONG, BSTR, IW
               [](auto& service) { service.table.ExecQuery = execQuery; });
 }
 
-HRESULT WINAPI createInstance(REFCLSID kind, LPUNKNOWN, DWORD context, REFIID, LPVOID* out) {
-  EXPECT_TRUE(kind == CLSID_WbemLocator && context == 5);
-  return give("CoCreateInstance", "locator", reinterpret_cast<IWbemLocator**>(out),
-              [](auto& locator) { locator.table.ConnectServer = connectServer; });
-}
-
-HRESULT WINAPI setBlanket(IUnknown*, DWORD authentication, DWORD, OLECHAR*, DWORD level,
-                          DWORD impersonation, RPC_AUTH_IDENTITY_HANDLE, DWORD) {
-  EXPECT_TRUE(authentication == 10 && level == 3 && impersonation == 3);
-  return use("CoSetProxyBlanket");
-}
-
-HRESULT WINAPI initializeCOM(LPVOID, DWORD model) {
-  EXPECT_EQ(model, 2u);
-  const HRESULT result = use("CoInitializeEx");
-  if (FAILED(result)) return result;
-  ++fake->held["COM"];
-  return S_FALSE;  // as on a thread that is initialised already
-}
-
-void WINAPI uninitializeCOM() {
-  --fake->held["COM"];
-}
-
-BOOL WINAPI memoryStatus(LPMEMORYSTATUSEX status) {
-  EXPECT_EQ(status->dwLength, 64u);
-  status->ullTotalPhys = fake->installedRAM;
-  return use("GlobalMemoryStatusEx") == S_OK;
-}
+/// The six calls, in the order of the table.
+const WindowsApi fakeApi = {
+    [](REFIID, void** out) -> HRESULT {
+      return give("CreateDXGIFactory", "factory", reinterpret_cast<IDXGIFactory**>(out),
+                  [](auto& factory) { factory.table.EnumAdapters = enumAdapters; });
+    },
+    [](LPVOID, DWORD model) -> HRESULT {
+      EXPECT_EQ(model, 2u);
+      if (FAILED(use("CoInitializeEx"))) return E_FAIL;
+      ++fake->held["COM"];
+      return S_FALSE;  // as on a thread that is initialised already
+    },
+    [](REFCLSID kind, LPUNKNOWN, DWORD context, REFIID, LPVOID* out) -> HRESULT {
+      EXPECT_TRUE(kind == CLSID_WbemLocator && context == 5);
+      return give("CoCreateInstance", "locator", reinterpret_cast<IWbemLocator**>(out),
+                  [](auto& locator) { locator.table.ConnectServer = connectServer; });
+    },
+    [](IUnknown*, DWORD authentication, DWORD, OLECHAR*, DWORD level, DWORD impersonation,
+       RPC_AUTH_IDENTITY_HANDLE, DWORD) -> HRESULT {
+      EXPECT_TRUE(authentication == 10 && level == 3 && impersonation == 3);
+      return use("CoSetProxyBlanket");
+    },
+    [] { --fake->held["COM"]; },
+    [](LPMEMORYSTATUSEX status) -> BOOL {
+      EXPECT_EQ(status->dwLength, 64u);
+      status->ullTotalPhys = fake->installedRAM;
+      return use("GlobalMemoryStatusEx") == S_OK;
+    }};
 
 }  // namespace
 
 FakeWindows::FakeWindows() {
   fake = this;
-  systemApi = windowsApi;
-  systemSink = reportSink;
-  windowsApi = {createFactory, initializeCOM,   createInstance,
-                setBlanket,    uninitializeCOM, memoryStatus};
-  reportSink = [](const std::string& text) { fake->failures += text; };
+  systemApi = std::exchange(windowsApi, fakeApi);
+  systemSink = std::exchange(reportSink, [](const std::string& text) { fake->failures += text; });
 }
 
 FakeWindows::~FakeWindows() {
@@ -195,13 +177,9 @@ std::string FakeWindows::leftOpen() const {
 
 IWbemClassObject* MakeFakeObject(const FakeController& controller) {
   IWbemClassObject* object = nullptr;
-  give("object", &object, [&](auto& made) {
+  give("object", "object", &object, [&](auto& made) {
     made.table.Get = getProperty;
     made.controller = &controller;
   });
   return object;
-}
-
-void ReleaseFakeObject(IWbemClassObject* object) {
-  object->lpVtbl->Release(object);
 }

@@ -42,7 +42,6 @@ struct FakeWindows {
   std::string leftOpen() const;
 };
 
-/// One controller's object outside an enumeration, held until it is given back.
+/// The object of a controller outside an enumeration, held until it is released.
 struct IWbemClassObject;
 IWbemClassObject* MakeFakeObject(const FakeController& controller);
-void ReleaseFakeObject(IWbemClassObject* object);

@@ -1,11 +1,11 @@
-#include "GPUImplWin.h"
+#include "win/GPUImplWin.h"
 
 #include <gtest/gtest.h>
 
-#include "FakeGL.h"
-#include "FakeWindows.h"
-#include "GPU.h"
-#include "LogCapture.h"
+#include "gpu/GPU.h"
+#include "tests/support/FakeGL.h"
+#include "tests/support/LogCapture.h"
+#include "tests/win/FakeWindows.h"
 
 namespace {
 
@@ -21,10 +21,10 @@ class GPUImplWinTest : public testing::Test {
   std::string found() {
     std::ostringstream text;
     for (const auto& gpu : gpus = GPUImplWin().DoGetGPUs()) {
-      const auto& record = dynamic_cast<const GLGPU&>(*gpu);
-      text << record.Name() << '|' << std::hex << record.VendorID() << ':' << record.RendererID()
-           << '|' << record.DriverVersion() << '|' << record.Driver() << '|' << record.DriverDate()
-           << '|' << record.Caption() << '\n';
+      const auto& made = dynamic_cast<const GLGPU&>(*gpu);
+      text << made.Name() << '|' << std::hex << made.VendorID() << ':' << made.RendererID() << '|'
+           << made.DriverVersion() << '|' << made.Driver() << '|' << made.DriverDate() << '|'
+           << made.Caption() << '\n';
     }
     return text.str();
   }
@@ -36,11 +36,9 @@ class GPUImplWinTest : public testing::Test {
 };
 
 TEST_F(GPUImplWinTest, JoinsByName) {
-  gl.devices = {{"D1", "Board X", "1"},
-                {"D2", "Board X", "1"},
-                {"D3", "Board W", "2"},
-                {"D4", "Board H", "3"},
-                {"D5", "Nobody's", "4"}};
+  gl.devices.clear();
+  for (const char* name : {"Board X", "Board X", "Board W", "Board H", "Other"})
+    gl.devices.push_back({"D", name, ""});
   windows.adapters = {{L"Board X", 0x10de, 1},
                       {L"Board W", 0x1002, 2},
                       {L"Board x", 0x8086, 3},
@@ -51,14 +49,14 @@ TEST_F(GPUImplWinTest, JoinsByName) {
             "Board W|1002:2|?|?|?|?\n"
             "Board X|10de:4|31|dll|2024|Board X\n");
   EXPECT_EQ(gl.contextsAlive, 3);
-  EXPECT_EQ(windows.calls["ConnectServer"], 1);
-  EXPECT_EQ(windows.calls["CreateDXGIFactory"], 2);  // once for each of the two lists
+  // A service once, a factory once for each of the two lists.
+  EXPECT_EQ(windows.calls["ConnectServer"] + windows.calls["CreateDXGIFactory"], 1 + 2);
   EXPECT_EQ(log.of(834) + log.of(883), "zorNumDevices=5\nzorNumContexts=4\n");
   EXPECT_EQ(log.of(909), "ZOR Device for DXGI Board x not found\n");
   EXPECT_EQ(log.of(934), "ZOR Device for WMI Basic not found\n");
 }
 
-TEST_F(GPUImplWinTest, FirstContextStandsInWhenNoNameMatches) {
+TEST_F(GPUImplWinTest, FirstContextStandsInAndFailuresAreSaid) {
   gl.devices = {{"D1", "Z", ""}, {"D2", "Bad", ""}, {"D3", "B", ""}};
   gl.failingDevices["D2"] = "wglCreateContext failed";
   windows.controllers = {controller(L"Other")};
@@ -73,9 +71,7 @@ TEST_F(GPUImplWinTest, FirstContextStandsInWhenNoNameMatches) {
 
   gl.devices.clear();
   EXPECT_EQ(found(), "");
-}
 
-TEST_F(GPUImplWinTest, FailingEnumerationIsSaid) {
   struct Failing : FakeGL {
     std::vector<ZOR::OGL::DisplayDeviceKey> displayDevices() override { throw 1; }
   } failing;
@@ -107,22 +103,32 @@ TEST_F(GPUImplWinTest, MemoryIsTheLargestFigure) {
     GLint glKiB;
     uint64_t dxgiMB;
     unsigned answer;
-  } cases[] = {{0x1002, 512 * kMiB, 2097152, 1024, 2048}, {0x1002, 512 * kMiB, 1024, 256, 512},
-               {0x10de, 512 * kMiB, 1024, 8192, 8192},    {0x10de, -kMiB, 1024, 32, 4095},
-               {0x8086, 512 * kMiB, 2097152, 256, 512},   {0x10de, 0, -1, 32, 0xFFFFFFFF}};
+  } cases[] = {{0x1002, 0, 0, 0, 256},
+               {0x1002, 512 * kMiB, 2097152, 1024, 2048},
+               {0x1002, 512 * kMiB, 1024, 256, 512},
+               {0x10de, 512 * kMiB, 1024, 8192, 8192},
+               {0x10de, -kMiB, 1024, 32, 4095},
+               {0x8086, 512 * kMiB, 2097152, 256, 512},
+               {0x10de, 0, -1, 32, 0xFFFFFFFF}};
+  windows.installedRAM = uint64_t{1} << 30;
   for (const auto& c : cases) {
-    windows.adapters = {{L"Board X", c.vendorID, 1, c.dxgiMB << 20}};
+    windows.adapters = {{L"Board X", c.vendorID, 1, c.dxgiMB << 20, 512 * kMiB}};
     windows.controllers = {controller(L"Board X", c.wmiBytes)};
     gl.integers = {{0x87FC, c.glKiB}, {0x9047, c.glKiB}};
     found();
     EXPECT_EQ(gpus.at(0)->MemoryMB(), c.answer);
   }
-  EXPECT_EQ(log.of(769).find("wmiVRAM=2048 dxgiVRAM=1024\n"), 0u);
+  EXPECT_EQ(log.of(769).find("wmiVRAM=0 dxgiVRAM=256\nwmiVRAM=2048 dxgiVRAM=1024\n"), 0u);
   // The last machine's maker is asked once more, and its driver refuses.
   gl.pendingError = GL_INVALID_ENUM;
   EXPECT_EQ(gpus.at(0)->MemoryMB(), 32u);
   EXPECT_EQ(log.of(760),
             "GPUImplWin::DoGetGLMemoryMB: vendorID=kVendorNVIDIA, GLGetIntegerv failure\n");
+
+  windows.adapters = {{L"Board X", 0x1002, 1, 0, 512 * kMiB}};
+  windows.failingCall = "GlobalMemoryStatusEx";
+  found();
+  EXPECT_THROW(gpus.at(0)->MemoryMB(), std::runtime_error);
 }
 
 }  // namespace

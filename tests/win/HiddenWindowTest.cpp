@@ -1,4 +1,4 @@
-#include "ogl/HiddenWindow_win.h"
+#include "zor/ogl/HiddenWindow_win.h"
 
 #include <gtest/gtest.h>
 

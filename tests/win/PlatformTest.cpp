@@ -6,9 +6,9 @@
 #include <cstdlib>
 #include <exception>
 
-#include "Platform.h"
-#include "SnifferLogger.h"
-#include "Streams.h"
+#include "app/Platform.h"
+#include "log/Loggers.h"
+#include "log/Streams.h"
 
 // gtest itself sets the mode, so it is cleared first.
 TEST(PlatformDeathTest, EndsWithoutDialogOrUsageCode) {

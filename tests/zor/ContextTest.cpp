@@ -1,20 +1,15 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 
-#include "FakeGL.h"
-#include "core/Exceptions.h"
-#include "ogl/ExtensionManager.h"
-#include "ogl/Framebuffer.h"
-#include "ogl/OpenGLInterceptor.h"
-#include "ogl/ScopedContextWrapper.h"
-#include "ogl/Texture2D.h"
+#include "tests/gpu/Hardware.h"
+#include "tests/support/FakeGL.h"
+#include "zor/ogl/ExtensionManager.h"
+#include "zor/ogl/Objects.h"
+#include "zor/ogl/OpenGLInterceptor.h"
 
-using ZOR::OGL::Context;
-using ZOR::OGL::ContextOffscreen;
-using ZOR::OGL::ExtensionManager;
-using ZOR::OGL::OpenGLInterceptor;
-using ZOR::OGL::ScopedContextWrapper;
+using namespace ZOR::OGL;
 
 TEST(Context, EachContextHasItsOwnEntryPointsAndExtensions) {
   FakeGL gl;
@@ -60,41 +55,33 @@ TEST(Interceptor, TracesThePlaceAndNamesWhatIsMissing) {
   ContextOffscreen context(gl.devices[0]);
   context.makeCurrent();
   static std::string trace;
-  ZOR::OGL::traceHook = [](const char* name, const char* file, int line) {
+  traceHook = [](const char* name, const char* file, int line) {
     trace = std::string(name) + ' ' + file + ' ' + std::to_string(line);
   };
-  try {
-    OpenGLInterceptor::Instance().glEnd("somewhere.cpp", 77);
-    ADD_FAILURE();
-  } catch (const ZOR::LogicalException& e) {
-    EXPECT_STREQ(e.message(), "glEnd is not offered by the driver");
-  }
-  ZOR::OGL::traceHook = nullptr;
+  EXPECT_EQ(failureOf([] { OpenGLInterceptor::Instance().glEnd("somewhere.cpp", 77); }),
+            "glEnd is not offered by the driver");
+  traceHook = nullptr;
   EXPECT_EQ(trace, "glEnd somewhere.cpp 77");
 }
 
 TEST(Framebuffer, TakesTheFunctionsThatTheDriverHas) {
-  const struct {
-    const char* version;
-    const char* extension;
-    const char* call;
-  } cases[] = {
+  const std::array<const char*, 3> cases[] = {
       {"3.0", "", "glGenFramebuffers(1, ptr)"},
       {"2.1", "GL_ARB_framebuffer_object", "glGenFramebuffers(1, ptr)"},
       {"2.1", "GL_EXT_framebuffer_object", "glGenFramebuffersEXT(1, ptr)"},
       {"2.1", "", nullptr},
   };
-  for (const auto& c : cases) {
+  for (const auto& [version, extension, call] : cases) {
     FakeGL gl;
-    gl.version = c.version;
-    gl.extensions = {c.extension};
+    gl.version = version;
+    gl.extensions = {extension};
     ContextOffscreen context(gl.devices[0]);
     context.makeCurrent();
-    if (!c.call) {
-      EXPECT_THROW(ZOR::OGL::Framebuffer(), ZOR::LogicalException);
+    if (!call) {
+      EXPECT_THROW(Framebuffer(), ZOR::LogicalException);
       continue;
     }
-    { ZOR::OGL::Framebuffer framebuffer; }
-    EXPECT_EQ(std::count(gl.calls.begin(), gl.calls.end(), c.call), 1) << c.version;
+    { Framebuffer framebuffer; }
+    EXPECT_EQ(std::count(gl.calls.begin(), gl.calls.end(), call), 1) << version;
   }
 }

@@ -1,24 +1,13 @@
 #include <gmock/gmock.h>
 
-#include "FakeCL.h"
-#include "core/Library.h"
-#include "ocl/Library.h"
-#include "ocl/Platform.h"
+#include "tests/gpu/Hardware.h"
+#include "zor/core/Library.h"
+#include "zor/ocl/Library.h"
+#include "zor/ocl/Objects.h"
 
 using namespace ZOR::OCL;
 
 namespace {
-
-/// The message of the LogicalException that the action throws.
-template <class Action>
-std::string failure(const Action& action) {
-  try {
-    action();
-  } catch (const ZOR::LogicalException& e) {
-    return e.what();
-  }
-  return "none";
-}
 
 TEST(OCLDevice, PropertiesHaveOneType) {
   FakeCL fake;
@@ -38,7 +27,7 @@ TEST(OCLDevice, PropertiesHaveOneType) {
     }
   }
   EXPECT_EQ(fake.counts["clGetDeviceInfo"], calls);
-  EXPECT_EQ(failure([] { Device().platform(); }), "clGetDeviceInfo: status -33");
+  EXPECT_EQ(failureOf([] { Device().platform(); }), "clGetDeviceInfo: status -33");
 }
 
 TEST(OCLLibrary, NeedsALoaderThatAnswers) {
@@ -47,9 +36,9 @@ TEST(OCLLibrary, NeedsALoaderThatAnswers) {
   ZOR::Core::Library::Initialize();
   std::string reason;
   EXPECT_TRUE(Library::IsOpenCLAvailable(reason));
-  EXPECT_EQ(failure(Library::Initialize), "none");
+  EXPECT_EQ(failureOf(Library::Initialize), "none");
   fake.statuses["clGetPlatformIDs"][2] = -6;
-  EXPECT_EQ(failure(Library::Initialize), "clGetPlatformIDs: status -6");
+  EXPECT_EQ(failureOf(Library::Initialize), "clGetPlatformIDs: status -6");
 }
 
 }  // namespace

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "core/DynamicLibrary.h"
-#include "ogl/DisplayDeviceKey.h"
+#include "zor/core/Library.h"
+#include "zor/ogl/Context.h"
 
 namespace ZOR::OGL {
 

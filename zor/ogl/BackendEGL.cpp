@@ -1,19 +1,14 @@
 #include <exception>
 #include <optional>
 
-#include "core/Exceptions.h"
-#include "ogl/Backend.h"
-#include "ogl/EGLApi.h"
+#include "zor/ogl/Backend.h"
+#include "zor/ogl/EGLApi.h"
 
 namespace ZOR::OGL {
 namespace {
 
 /// Stands for the display of a machine whose EGL can't list its devices.
 constexpr char kDefaultDisplay[] = "default";
-
-std::string textOrEmpty(const char* text) {
-  return text ? text : "";
-}
 
 class EGLNativeContext : public NativeContext {
  public:
@@ -25,8 +20,8 @@ class EGLNativeContext : public NativeContext {
   }
 
   std::string driverName() const override {
-    return textOrEmpty(fEGL.eglGetDisplayDriverName ? fEGL.eglGetDisplayDriverName(fDisplay)
-                                                    : nullptr);
+    if (!fEGL.eglGetDisplayDriverName) return {};
+    return Core::TextOrEmpty(fEGL.eglGetDisplayDriverName(fDisplay));
   }
 
  private:
@@ -144,8 +139,8 @@ DisplayDeviceKey BackendEGL::describe(EGLDeviceEXT device, size_t index) {
   const char* extensions = api().eglQueryDeviceStringEXT(device, EGL_EXTENSIONS);
   const auto text = [&](const char* extension, EGLint name) {
     return HasEGLExtension(extensions, extension)
-               ? textOrEmpty(api().eglQueryDeviceStringEXT(device, name))
-               : std::string();
+               ? Core::TextOrEmpty(api().eglQueryDeviceStringEXT(device, name))
+               : "";
   };
   DisplayDeviceKey key;
   key.displayID = std::to_string(index);
@@ -178,6 +173,7 @@ std::vector<DisplayDeviceKey> BackendEGL::displayDevices() {
 DisplayDeviceKey BackendEGL::primaryDisplayDevice() {
   std::exception_ptr firstFailure;
   for (const Device& device : devices()) {
+    if (deviceFilter && !deviceFilter(device.key)) continue;
     try {
       fPrimaryContext = createContext(device.key);
       fPrimaryID = device.key.displayID;

@@ -2,50 +2,36 @@
 
 #include <optional>
 
-#include "core/EscapedAscii.h"
-#include "core/Exceptions.h"
-#include "core/SystemError_win.h"
-#include "ogl/Backend.h"
-#include "ogl/HiddenWindow_win.h"
+#include "zor/core/SystemTexts_win.h"
+#include "zor/ogl/Backend.h"
+#include "zor/ogl/HiddenWindow_win.h"
 
 namespace ZOR::OGL {
 namespace {
 
-/// The functions of opengl32.dll that are no OpenGL, under their own names.
+/// Every function of opengl32.dll that is called and no OpenGL.
+#define ZOR_WGL_ENTRY_POINTS(X) \
+  X(wglCreateContext)           \
+  X(wglDeleteContext)           \
+  X(wglGetCurrentContext)       \
+  X(wglGetCurrentDC)            \
+  X(wglGetProcAddress)          \
+  X(wglMakeCurrent)
+
+/// Those functions, under their own names.
 struct WGLApi {
+  /// Throws LogicalException with the system's text or the name of the missing function.
   WGLApi() : library("opengl32.dll") {
-    load("wglCreateContext", wglCreateContext);
-    load("wglDeleteContext", wglDeleteContext);
-    load("wglGetCurrentContext", wglGetCurrentContext);
-    load("wglGetCurrentDC", wglGetCurrentDC);
-    load("wglGetProcAddress", wglGetProcAddress);
-    load("wglMakeCurrent", wglMakeCurrent);
+#define ZOR_WGL_LOAD(name) library.require(#name, name);
+    ZOR_WGL_ENTRY_POINTS(ZOR_WGL_LOAD)
+#undef ZOR_WGL_LOAD
   }
 
   Core::DynamicLibrary library;
-  decltype(&::wglCreateContext) wglCreateContext;
-  decltype(&::wglDeleteContext) wglDeleteContext;
-  decltype(&::wglGetCurrentContext) wglGetCurrentContext;
-  decltype(&::wglGetCurrentDC) wglGetCurrentDC;
-  decltype(&::wglGetProcAddress) wglGetProcAddress;
-  decltype(&::wglMakeCurrent) wglMakeCurrent;
-
- private:
-  template <class Function>
-  void load(const char* name, Function*& function) {
-    library.load(name, function);
-    if (!function) throw LogicalException(std::string("opengl32.dll has no ") + name);
-  }
+#define ZOR_WGL_MEMBER(name) decltype(&::name) name;
+  ZOR_WGL_ENTRY_POINTS(ZOR_WGL_MEMBER)
+#undef ZOR_WGL_MEMBER
 };
-
-std::string utf8(const wchar_t* text) {
-  const int size = WideCharToMultiByte(CP_UTF8, 0, text, -1, nullptr, 0, nullptr, nullptr);
-  if (size <= 1) return {};
-  std::string bytes(static_cast<size_t>(size), '\0');
-  WideCharToMultiByte(CP_UTF8, 0, text, -1, bytes.data(), size, nullptr, nullptr);
-  bytes.pop_back();
-  return bytes;
-}
 
 class WGLNativeContext : public NativeContext {
  public:
@@ -90,8 +76,8 @@ std::vector<DISPLAY_DEVICEW> desktopDevices() {
 }
 
 DisplayDeviceKey keyOf(const DISPLAY_DEVICEW& device) {
-  return {utf8(&device.DeviceName[0]), Core::EscapedAscii(&device.DeviceString[0]),
-          utf8(&device.DeviceID[0])};
+  return {Core::Utf8(&device.DeviceName[0]), Core::EscapedAscii(&device.DeviceString[0]),
+          Core::Utf8(&device.DeviceID[0])};
 }
 
 class BackendWGL : public Backend {
@@ -106,7 +92,9 @@ class BackendWGL : public Backend {
 
   DisplayDeviceKey primaryDisplayDevice() override {
     for (const DISPLAY_DEVICEW& device : desktopDevices())
-      if (device.StateFlags & DISPLAY_DEVICE_PRIMARY_DEVICE) return keyOf(device);
+      if (device.StateFlags & DISPLAY_DEVICE_PRIMARY_DEVICE) {
+        if (!deviceFilter || deviceFilter(keyOf(device))) return keyOf(device);
+      }
     throw LogicalException("EnumDisplayDevices: no primary device");
   }
 

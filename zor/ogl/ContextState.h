@@ -1,7 +1,7 @@
 #pragma once
 
-#include "ogl/ExtensionManager.h"
-#include "ogl/OpenGLInterceptor.h"
+#include "zor/ogl/ExtensionManager.h"
+#include "zor/ogl/OpenGLInterceptor.h"
 
 namespace ZOR::OGL {
 

@@ -1,10 +1,8 @@
-#include "ogl/EGLApi.h"
+#include "zor/ogl/EGLApi.h"
 
 #include <iomanip>
 #include <sstream>
 #include <string_view>
-
-#include "core/Exceptions.h"
 
 namespace ZOR::OGL {
 namespace {
@@ -20,9 +18,7 @@ constexpr const char* kErrorNames[] = {
 }  // namespace
 
 EGLApi::EGLApi() : fLibrary("libEGL.so.1") {
-#define ZOR_EGL_LOAD(name)    \
-  fLibrary.load(#name, name); \
-  if (!name) throw LogicalException("libEGL.so.1 has no " #name);
+#define ZOR_EGL_LOAD(name) fLibrary.require(#name, name);
   ZOR_EGL_ENTRY_POINTS(ZOR_EGL_LOAD)
 #undef ZOR_EGL_LOAD
 #define ZOR_EGL_LOAD(name, type) name = reinterpret_cast<type>(eglGetProcAddress(#name));
@@ -42,7 +38,7 @@ void EGLApi::fail(const char* call) const {
 }
 
 bool HasEGLExtension(const char* list, const char* name) {
-  const std::string padded = ' ' + std::string(list ? list : "") + ' ';
+  const std::string padded = ' ' + std::string(Core::TextOrEmpty(list)) + ' ';
   return padded.find(' ' + std::string(name) + ' ') != std::string::npos;
 }
 

@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "core/DynamicLibrary.h"
+#include "zor/core/Library.h"
 
 /// Every EGL function that the backend calls: those that libEGL.so.1 exports ...
 #define ZOR_EGL_ENTRY_POINTS(X) \

@@ -1,46 +1,20 @@
-#include "ogl/ExtensionManager.h"
+#include "zor/ogl/ExtensionManager.h"
 
 #include <algorithm>
 #include <charconv>
 #include <tuple>
 
-#include "ogl/ContextState.h"
-#include "ogl/OpenGLInterceptor.h"
+#include "zor/ogl/OpenGLInterceptor.h"
 
 namespace ZOR::OGL {
 namespace {
-
-struct VersionEntry {
-  unsigned number;
-  GLVersion version;
-};
-
-constexpr VersionEntry kVersions[] = {
-    {0, {1, 2, 0}},  {1, {1, 2, 1}},  {2, {1, 3, 0}},  {3, {1, 4, 0}}, {4, {1, 5, 0}},
-    {5, {2, 0, 0}},  {6, {2, 1, 0}},  {7, {3, 0, 0}},  {8, {3, 1, 0}}, {9, {3, 2, 0}},
-    {10, {3, 3, 0}}, {11, {4, 0, 0}}, {12, {4, 1, 0}},
-};
-
-struct ExtensionEntry {
-  unsigned number;
-  const char* name;
-};
-
-constexpr ExtensionEntry kExtensions[] = {
-    {27, "GL_ARB_fragment_program"},   {28, "GL_ARB_fragment_shader"},
-    {37, "GL_ARB_occlusion_query"},    {47, "GL_ARB_shader_texture_lod"},
-    {53, "GL_ARB_texture_float"},      {56, "GL_ARB_texture_non_power_of_two"},
-    {58, "GL_ARB_texture_rectangle"},  {68, "GL_ARB_vertex_buffer_object"},
-    {69, "GL_ARB_vertex_program"},     {70, "GL_ARB_vertex_shader"},
-    {81, "GL_EXT_framebuffer_object"},
-};
 
 auto rank(const GLVersion& v) {
   return std::tie(v.major, v.minor, v.release);
 }
 
 const char* textOf(const GLubyte* text) {
-  return text ? reinterpret_cast<const char*>(text) : "";
+  return Core::TextOrEmpty(reinterpret_cast<const char*>(text));
 }
 
 }  // namespace
@@ -77,19 +51,21 @@ void ExtensionManager::load(const OpenGLInterceptor& gl) {
 }
 
 bool ExtensionManager::isSupported(unsigned extension) const {
-  for (const VersionEntry& entry : kVersions)
-    if (entry.number == extension) return rank(fVersion) >= rank(entry.version);
-  for (const ExtensionEntry& entry : kExtensions)
-    if (entry.number == extension) return isListed(entry.name);
-  return false;
+  for (const NumberedVersion& asked : kVersions)
+    if (asked.number == extension) return rank(fVersion) >= rank(asked.version);
+  switch (extension) {
+#define ZOR_GL_LISTED(name, number, text) \
+  case name:                              \
+    return isListed(text);
+    ZOR_GL_EXTENSIONS(ZOR_GL_LISTED)
+#undef ZOR_GL_LISTED
+    default:
+      return false;
+  }
 }
 
 bool ExtensionManager::isListed(std::string_view name) const {
   return fNames.find(name) != fNames.end();
-}
-
-const ExtensionManager* ExtensionManager::Instance() {
-  return ContextState::Current ? &ContextState::Current->extensions : nullptr;
 }
 
 }  // namespace ZOR::OGL

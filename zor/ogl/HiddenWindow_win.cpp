@@ -1,8 +1,8 @@
-#include "ogl/HiddenWindow_win.h"
+#include "zor/ogl/HiddenWindow_win.h"
 
 #include <algorithm>
 
-#include "core/SystemError_win.h"
+#include "zor/core/SystemTexts_win.h"
 
 namespace ZOR::OGL {
 namespace {
@@ -10,15 +10,6 @@ namespace {
 constexpr int kColorBits = 24;
 
 int topLevelWindows = 0;
-
-std::wstring utf16(const std::string& text) {
-  const int size = MultiByteToWideChar(CP_UTF8, 0, text.c_str(), -1, nullptr, 0);
-  if (size <= 1) return {};
-  std::wstring units(static_cast<size_t>(size), L'\0');
-  MultiByteToWideChar(CP_UTF8, 0, text.c_str(), -1, units.data(), size);
-  units.pop_back();
-  return units;
-}
 
 /// The window goes with its context, not because a task list asks it to.
 LRESULT CALLBACK answer(HWND window, UINT message, WPARAM wide, LPARAM extra) {
@@ -93,7 +84,7 @@ HiddenWindow::~HiddenWindow() {
 void HiddenWindow::open(Kind kind, const std::string& deviceName) {
   DEVMODEW mode{};
   mode.dmSize = sizeof mode;
-  if (!EnumDisplaySettingsW(utf16(deviceName).c_str(), ENUM_CURRENT_SETTINGS, &mode))
+  if (!EnumDisplaySettingsW(Core::Utf16(deviceName).c_str(), ENUM_CURRENT_SETTINGS, &mode))
     Core::ThrowSystemError("EnumDisplaySettings");
   fWindow = CreateWindowExW(0, windowClass(), L"", WS_POPUP | WS_CLIPSIBLINGS | WS_CLIPCHILDREN,
                             mode.dmPosition.x, mode.dmPosition.y, 16, 16,

@@ -2,9 +2,44 @@
 
 #include <string>
 
-#include "core/Exceptions.h"
-#include "ogl/Backend.h"
-#include "ogl/GLEntryPoints.h"
+#include "zor/core/Exceptions.h"
+#include "zor/ogl/Backend.h"
+
+// The prototypes are wanted for their types alone: no function is linked, all are looked up at
+// run time.
+#define GL_GLEXT_PROTOTYPES
+#ifdef _WIN32
+#include <windows.h>
+#endif
+#include <GL/gl.h>
+#include <GL/glext.h>
+
+/// Every OpenGL function that this library and its users call, grouped by the version or extension
+/// that brought it.
+// clang-format off
+#define ZOR_GL_ENTRY_POINTS(X)                                                                  \
+  /* OpenGL 1.0 and 1.1 */                                                                      \
+  X(glBegin) X(glBindTexture) X(glBlendFunc) X(glClear) X(glClearColor) X(glClearDepth)         \
+  X(glColor4f) X(glDeleteTextures) X(glDisable) X(glEnable) X(glEnd) X(glFogf) X(glFogfv)       \
+  X(glFogi) X(glGenTextures) X(glGetError) X(glGetIntegerv) X(glGetString) X(glHint)            \
+  X(glLoadIdentity) X(glMatrixMode) X(glPopMatrix) X(glPushMatrix) X(glRotatef) X(glScalef)     \
+  X(glTexCoord2i) X(glTexImage2D) X(glTexParameteri) X(glTranslatef) X(glVertex2i)              \
+  X(glVertex3f) X(glViewport)                                                                   \
+  /* OpenGL 1.3 */                                                                              \
+  X(glMultiTexCoord2i)                                                                          \
+  /* OpenGL 2.0 */                                                                              \
+  X(glAttachShader) X(glCompileShader) X(glCreateProgram) X(glCreateShader) X(glDeleteProgram)  \
+  X(glDeleteShader) X(glGetProgramInfoLog) X(glGetProgramiv) X(glGetShaderInfoLog)              \
+  X(glGetShaderiv) X(glLinkProgram) X(glShaderSource)                                           \
+  /* OpenGL 3.0 */                                                                              \
+  X(glGetStringi)                                                                               \
+  /* ARB_vertex_program, ARB_fragment_program */                                                \
+  X(glGetProgramivARB)                                                                          \
+  /* ARB_framebuffer_object, and its EXT elder */                                               \
+  X(glBindFramebuffer) X(glDeleteFramebuffers) X(glFramebufferTexture2D) X(glGenFramebuffers)   \
+  X(glBindFramebufferEXT) X(glDeleteFramebuffersEXT) X(glFramebufferTexture2DEXT)               \
+  X(glGenFramebuffersEXT)
+// clang-format on
 
 /// The first two arguments of every intercepted call: where the caller stands.
 #define ZOR_HERE __FILE__, __LINE__
@@ -55,15 +90,5 @@ class OpenGLInterceptor {
   /// Those of the current context. Throws LogicalException when none is current.
   static OpenGLInterceptor& Instance();
 };
-
-/// For destructors: deletes an object's name through the current context. A context that is gone,
-/// or a driver without the function, has nothing left to delete.
-template <class Delete>
-void deleteQuietly(const Delete& deleteName) noexcept {
-  try {
-    deleteName(OpenGLInterceptor::Instance());
-  } catch (const LogicalException&) {
-  }
-}
 
 }  // namespace ZOR::OGL

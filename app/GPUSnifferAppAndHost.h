@@ -1,7 +1,0 @@
-#pragma once
-
-/// Common base of the application and of the tester.
-class GPUSnifferAppAndHost {
- public:
-  virtual ~GPUSnifferAppAndHost() = default;
-};

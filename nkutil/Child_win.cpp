@@ -1,0 +1,130 @@
+#include <windows.h>
+
+#include <atomic>
+#include <mutex>
+
+#include "nkutil/Calls.h"
+#include "nkutil/Child.h"
+#include "nkutil/Spawn_win.h"
+#include "nkutil/SystemApp.h"
+
+namespace nkutil {
+
+namespace {
+
+/// The exit code of what we end, so that it is known from a program that ended by itself.
+constexpr UINT kKilled = 0x6E6B0009;
+
+class ChildWin : public Child {
+ public:
+  std::optional<LaunchError> start(const Command& command, ChildStreams streams) override;
+  ProcessId id() const override { return fId; }
+  void awaitEnd() override;
+  int sweep() override;
+  void ignoreThread(std::uint32_t /*number*/) override {}
+  int killed() const override;
+  Ending reap(bool keepTree) override;
+
+ private:
+  int activeProcesses() const;
+  bool isRunning() const { return WaitForSingleObject(fStarted.process.get(), 0) != WAIT_OBJECT_0; }
+
+  std::atomic<ProcessId> fId{0};
+  Spawned fStarted;
+  mutable std::mutex fMutex;
+  // Under the mutex:
+  bool fReaped = false;
+  int fKilled = 0;
+  bool fCountedItself = false;  ///< the process is one of fKilled
+};
+
+std::optional<LaunchError> ChildWin::start(const Command& command, ChildStreams streams) {
+  LaunchError error;
+  const std::lock_guard<std::mutex> lock(fMutex);
+  if (!spawn(command, streams, fStarted, error)) return error;
+  fId = GetProcessId(fStarted.process.get());
+  return std::nullopt;
+}
+
+void ChildWin::awaitEnd() {
+  const auto wait = [this] { return WaitForSingleObject(fStarted.process.get(), INFINITE); };
+  while (systemCall(Call::WaitProcess, WAIT_FAILED, wait) != WAIT_OBJECT_0) Sleep(1);
+}
+
+int ChildWin::activeProcesses() const {
+  JOBOBJECT_BASIC_ACCOUNTING_INFORMATION present{};
+  const BOOL known = systemCall(Call::QueryJob, FALSE, [&] {
+    return QueryInformationJobObject(fStarted.job.get(), JobObjectBasicAccountingInformation,
+                                     &present, sizeof present, nullptr);
+  });
+  if (known) return static_cast<int>(present.ActiveProcesses);
+  return isRunning() ? 1 : 0;
+}
+
+int ChildWin::sweep() {
+  const std::lock_guard<std::mutex> lock(fMutex);
+  if (fReaped || !fStarted.process) return 0;
+  const int active = activeProcesses();
+  if (active == 0) return 0;
+  if (fKilled == 0) {
+    fKilled = active;
+    fCountedItself = isRunning();
+  }
+  const BOOL ended = systemCall(Call::Kill, FALSE,
+                                [this] { return TerminateJobObject(fStarted.job.get(), kKilled); });
+  if (!ended) TerminateProcess(fStarted.process.get(), kKilled);
+  return active;
+}
+
+int ChildWin::killed() const {
+  const std::lock_guard<std::mutex> lock(fMutex);
+  return fKilled;
+}
+
+bool isException(DWORD code) {
+  constexpr DWORD kCppException = 0xE06D7363;
+  constexpr DWORD kClrException = 0xE0434352;
+  const DWORD group = code & 0xFFFF0000;
+  return group == 0xC0000000 || (group == 0x80000000 && code != group) || code == kCppException ||
+         code == kClrException;
+}
+
+Ending ChildWin::reap(bool keepTree) {
+  const std::lock_guard<std::mutex> lock(fMutex);
+  fReaped = true;
+  Ending how;
+  DWORD code = 0;
+  if (GetExitCodeProcess(fStarted.process.get(), &code)) {
+    how.kind = isException(code) ? Ending::Kind::Exception : Ending::Kind::Exited;
+    how.code = code;
+  }
+  if (fKilled > 0 && code == kKilled)
+    how = {Ending::Kind::Signalled, Ending::kKillSignal};
+  else if (fCountedItself)
+    --fKilled;  // it ended by itself while it was about to be ended
+  if (keepTree) limitJob(fStarted.job.get(), false);
+  fStarted = {};
+  return how;
+}
+
+class LauncherWin : public ConsoleAppLauncher {
+ public:
+  std::unique_ptr<ConsoleApp> launch(const Command& command, Time deadline,
+                                     LaunchError& error) override {
+    return launchOnSystem(command, deadline, error);
+  }
+  Time now() override { return Clock::now(); }
+};
+
+}  // namespace
+
+std::unique_ptr<Child> makeChild() {
+  return std::make_unique<ChildWin>();
+}
+
+ConsoleAppLauncher& systemLauncher() {
+  static LauncherWin& launcher = *new LauncherWin;
+  return launcher;
+}
+
+}  // namespace nkutil

@@ -1,0 +1,151 @@
+#include <gmock/gmock.h>
+
+#include <cstdlib>
+#include <set>
+
+#include "tests/app/TestApp.h"
+#include "tests/gpu/Hardware.h"
+
+namespace {
+
+using Lines = std::vector<std::string>;
+using testing::ElementsAre;
+
+void setSwitches(const std::string& skip, const std::string& announce) {
+#ifdef _WIN32
+  const auto set = [](const char* name, const char* value) { _putenv_s(name, value); };
+#else
+  const auto set = [](const char* name, const char* value) { setenv(name, value, 1); };
+#endif
+  set("GPUPROBE_SKIP", skip.c_str());
+  set("GPUPROBE_ANNOUNCE", announce.c_str());
+}
+
+/// The golden report as it is without these questions, and with what is announced.
+Lines steeredReport(const std::set<std::string>& skipped, bool announced) {
+  const std::set<std::string> stages = {"ZOROGLInitialized", "OGLContextCreated", "NumGLGPUs",
+                                        "NumCLGPUs"};
+  Lines lines, named;
+  for (const std::string& line : goldenLines("report")) {
+    named.push_back(line);
+    if (contains(line, "gputag.")) continue;
+    const std::string key = line.substr(0, line.find('='));
+    const size_t tag = contains(key, "gpu[") ? key.find("].") + 1 : 0;
+    if (tag &&
+        skipped.count(key) + skipped.count(key.substr(0, tag)) + skipped.count(key.substr(tag + 1)))
+      named = {"# skipped " + key};
+    else if (announced && (tag || stages.count(key)))
+      named.insert(named.begin(), "# asking " + key);
+    lines.insert(lines.end(), named.begin(), named.end());
+    named.clear();
+  }
+  if (announced) lines.emplace_back("# asking release");
+  return lines;
+}
+
+/// The run has these lines and takes this many steps.
+void expectRun(const Lines& lines, unsigned steps) {
+  for (const bool fails : {false, true}) {
+    TestApp app;
+    EXPECT_EQ(app.RunWith({"-throwAfter=" + std::to_string(steps - fails)}), fails ? 2 : 0);
+    EXPECT_EQ(app.err, fails ? "exception: Programmed throw\n" : "");
+    EXPECT_EQ(app.out, joined(lines));
+  }
+}
+
+unsigned stepsOf(const Lines& report) {
+  return RehearsedRun(report).steps;
+}
+
+TEST(HostSwitches, SkippedQuestionsTakeTheirSteps) {
+  playGoldenMachine();
+  for (const std::set<std::string>& names :
+       {std::set<std::string>{},
+        {"clgpu[1]"},
+        {"clgpu[1].CLBandwidth", "glgpu[0].extension[ZOR::OGL::GL_ARB_TEXTURE_FLOAT]"},
+        {"CLCompute", "NativeName", "glGetString[GL_SHADING_LANGUAGE_VERSION]"},
+        {"glgpu[0]", "GLName", "glgpu[7]"}})
+    for (const bool announced : {false, true}) {
+      std::string list;
+      for (const std::string& name : names) list += name + ",";
+      setSwitches(list, announced ? "1" : "0");
+      expectRun(steeredReport(names, announced), stepsOf(goldenLines("report")));
+    }
+  setSwitches("", "");
+}
+
+TEST(HostSwitches, SkippedAPIsTakeTheStepsOfTheirStages) {
+  playGoldenMachine();
+  Lines report = goldenLines("report");
+  const auto replace = [&](const char* from, const char* to, const char* line) {
+    const auto at = [&](const char* part) {
+      return std::find_if(report.begin(), report.end(),
+                          [part](const std::string& text) { return contains(text, part); });
+    };
+    report.insert(report.erase(at(from), at(to)), line);
+  };
+  replace("NumCLGPUs", "NumNativeGPUs", "# skipped OpenCL");
+  setSwitches("OpenCL", "");
+  expectRun(report, stepsOf(report));
+  replace("ZOROGLInitialized", "# skipped OpenCL", "# skipped OpenGL");
+  setSwitches("OpenCL,OpenGL", "");
+  expectRun(report, stepsOf(report) + 2);
+  setSwitches("", "");
+}
+
+TEST(HostSwitches, UnknownNamesAreToldAndSkipNothing) {
+  playGoldenMachine();
+  setSwitches(
+      "NumGLGPUs /dev/dri/renderD128,NumCLGPUs A%2C B,OGLContextCreated software,glgpu[12],,"
+      "nativegpu[7].NativeName,opengl,clgpu[0].GLName,glgpu[],glgpu,clgpu[x],GLName ,a%2Cb",
+      "");
+  TestApp app;
+  EXPECT_EQ(app.RunWith({}), 0);
+  EXPECT_EQ(app.out, joined(goldenLines("report")));
+  std::string told;
+  for (const char* name :
+       {"GLName ", "a,b", "clgpu[0].GLName", "clgpu[x]", "glgpu", "glgpu[]", "opengl"})
+    told += "GPUPROBE_SKIP: nothing is called " + std::string(name) + "\n";
+  EXPECT_EQ(app.err, told);
+  setSwitches("", "");
+}
+
+TEST(HostSwitches, PartsAreNamedByWhatIsPrintable) {
+  Lines said;
+  HostSwitches switches("NumGLGPUs card (2),OGLContextCreated a%2C?", true,
+                        [&](const std::string& text) { said.push_back(text); });
+  for (const char* stage : {"OGLContextCreated", "NumGLGPUs"}) {
+    switches.BeginStage(stage);
+    for (const char* identity : {"0", "1", "2"})
+      EXPECT_EQ(switches.AdmitsPart("card", identity), *identity != '1');
+    EXPECT_FALSE(switches.AdmitsPart("a,\n", "3"));
+    EXPECT_TRUE(switches.AdmitsPart(std::string(200, 'x'), "4"));
+  }
+  const std::string cut(100, 'x');
+  EXPECT_THAT(
+      said,
+      ElementsAre("asking OGLContextCreated", "asking OGLContextCreated card",
+                  "asking OGLContextCreated card (3)", "asking OGLContextCreated " + cut,
+                  "asking NumGLGPUs", "asking NumGLGPUs card", "skipped NumGLGPUs card (2)",
+                  "asking NumGLGPUs card (3)", "skipped NumGLGPUs a,?", "asking NumGLGPUs " + cut));
+}
+
+TEST(HostSwitches, SkippedPlatformsAreNotAskedForTheirDevices) {
+  fakeMachine = {};
+  fakeMachine.make = [] { return boost::make_shared<Hardware>(); };
+  FakeCL fake;
+  fake.platforms.resize(3);
+  fake.platforms[1].name = "Other, Ltd";
+  Lines said;
+  hostSwitches() = HostSwitches("NumCLGPUs Other%2C Ltd,NumCLGPUs Fake (2)", true,
+                                [&](const std::string& text) { said.push_back(text); });
+  hostSwitches().BeginStage("NumCLGPUs");
+  EXPECT_EQ(Hardware().DoGetCLGPUs().size(), 1U);
+  EXPECT_THAT(said, ElementsAre("asking NumCLGPUs", "asking NumCLGPUs Fake",
+                                "skipped NumCLGPUs Other, Ltd", "skipped NumCLGPUs Fake (2)"));
+  EXPECT_EQ(fake.counts["clGetDeviceIDs"], 2U);
+  hostSwitches() = {};
+  fakeMachine = {};
+}
+
+}  // namespace

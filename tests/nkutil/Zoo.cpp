@@ -1,0 +1,78 @@
+// Programs that behave badly, one a mode: zoo MODE [ARGUMENT].
+#include "tests/nkutil/Zoo.h"
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <thread>
+
+namespace {
+
+using zoo::Apart;
+using zoo::Arguments;
+using zoo::startSelf;
+
+volatile bool endless = true;
+
+int overflow(volatile char* above) {
+  volatile char room[4096];
+  room[0] = above ? above[0] : '\0';
+  return endless ? overflow(room) + room[0] : 0;
+}
+
+/// Lines of 64 bytes, `mebibytes` in all.
+void flood(std::FILE* stream, long mebibytes) {
+  std::string block;
+  while (block.size() < 65536) block += std::string(63, 'x') + "\n";
+  for (long i = 0; i < mebibytes * 16; ++i) std::fwrite(block.data(), 1, block.size(), stream);
+  std::fflush(stream);
+}
+
+void say(const std::string& text) {
+  std::fwrite(text.data(), 1, text.size(), stdout);
+  std::fflush(stdout);
+}
+
+void sleepMs(int milliseconds) {
+  std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+}
+
+// clang-format off
+const zoo::Modes kModes = {
+    {"exit", [](const Arguments& a) { std::exit(std::stoi(a[0])); }},
+    {"abort", [](const Arguments&) { std::abort(); }},
+    {"overflow", [](const Arguments&) { overflow(nullptr); }},
+    {"say", [](const Arguments& a) { say(a[0]); }},
+    {"unfinished", [](const Arguments&) { say("one\ntwo"); }},
+    {"zeros", [](const Arguments&) { say(std::string("a\0b\n", 4)); }},
+    {"cut-crlf", [](const Arguments&) { say("a\r"), sleepMs(60), say("\nb\r\n"); }},
+    {"long-line", [](const Arguments&) { say(std::string(64 << 20, 'x') + "\n"); }},
+    {"arguments", [](const Arguments& a) { for (const std::string& each : a) say(each + '\0'); }},
+    {"variable", [](const Arguments& a) { const char* value = std::getenv(a[0].c_str()); say(value ? value : "(none)"); }},
+    {"copy", [](const Arguments&) { for (int c = 0; (c = std::getchar()) != EOF;) std::putchar(c); }},
+    {"print", [](const Arguments& a) { flood(stdout, std::stol(a[0])); }},
+    {"flood-errors", [](const Arguments&) { flood(stderr, 8), say("after\n"); }},
+    {"drip", [](const Arguments&) { for (;;) say("x"), sleepMs(1000); }},
+    {"spin", [](const Arguments&) { for (volatile int i = 0;;) i = i + 1; }},
+    {"sleep", [](const Arguments&) { sleepMs(60000); }},
+    {"ignore", [](const Arguments&) { zoo::ignoreRequests(), say("x"), sleepMs(60000); }},
+    {"closed", [](const Arguments&) { for (FILE* each : {stdin, stdout, stderr}) std::fclose(each); sleepMs(60000); }},
+    {"grandchild", [](const Arguments&) { startSelf("sleep", Apart::No), say("x"); }},
+    {"grandchild-id", [](const Arguments&) { say(std::to_string(startSelf("sleep", Apart::No))); }},
+    {"left-session", [](const Arguments&) { startSelf("start-apart", Apart::No), sleepMs(100), say("x"); }},
+    {"start-apart", [](const Arguments&) { startSelf("sleep", Apart::Session); }},
+    {"storm", [](const Arguments& a) { for (int i = std::stoi(a[0]); i > 0; --i) startSelf("sleep", Apart::No); say("x"), sleepMs(60000); }},
+};
+// clang-format on
+
+}  // namespace
+
+int zoo::run(const Arguments& all) {
+  for (const Modes* modes : {&kModes, &systemModes()}) {
+    const auto found = modes->find(all.size() > 1 ? all[1] : "");
+    if (found == modes->end()) continue;
+    found->second({all.begin() + 2, all.end()});
+    return 0;
+  }
+  return 2;
+}

@@ -1,3 +1,0 @@
-#include "ocl/EntryPoints.h"
-
-const char* const ZOR::OCL::kLoaderLibrary = "libOpenCL.so.1";
