@@ -99,8 +99,8 @@ class MapsReader {
 bool isRuntime(const char* path) {
   const char* slash = std::strrchr(path, '/');
   const char* name = slash ? slash + 1 : path;
-  for (const char* runtime :
-       {"libc.", "libc-", "ld-linux", "ld-", "libpthread", "libstdc++", "libgcc_s", "libm."})
+  for (const char* runtime : {"libc.", "libc-", "ld-linux", "ld-", "libpthread", "libstdc++",
+                              "libgcc_s", "libm.", "libasan."})
     if (std::strncmp(name, runtime, std::strlen(runtime)) == 0) return true;
   return false;
 }

@@ -245,6 +245,8 @@ std::optional<Failure> readFailure(int report, const Plan& plan) {
 }
 
 void reapFailed(pid_t pid) {
+  // Its program may have begun where only the report of that got lost, and started others.
+  kill(-pid, SIGKILL);
   kill(pid, SIGKILL);
   int status = 0;
   while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {

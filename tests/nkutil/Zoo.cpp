@@ -52,7 +52,7 @@ const zoo::Modes kModes = {
     {"copy", [](const Arguments&) { for (int c = 0; (c = std::getchar()) != EOF;) std::putchar(c); }},
     {"print", [](const Arguments& a) { flood(stdout, std::stol(a[0])); }},
     {"flood-errors", [](const Arguments&) { flood(stderr, 8), say("after\n"); }},
-    {"drip", [](const Arguments&) { for (;;) say("x"), sleepMs(1000); }},
+    {"drip", [](const Arguments& a) { for (int i = std::stoi(a[0]); i > 0; --i) say("x"), sleepMs(1000); sleepMs(60000); }},
     {"spin", [](const Arguments&) { for (volatile int i = 0;;) i = i + 1; }},
     {"sleep", [](const Arguments&) { sleepMs(60000); }},
     {"ignore", [](const Arguments&) { zoo::ignoreRequests(), say("x"), sleepMs(60000); }},

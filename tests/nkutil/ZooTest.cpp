@@ -17,7 +17,7 @@ std::vector<Row> allRows() {
       {{"ignore"}, kShort, "SIGKILL", 1, 1},
       {{"closed"}, kShort, "SIGKILL", 0, 1},
       {{"flood-errors"}, kEnough, "exit code 0", 6},
-      {{"drip"}, kShort, "SIGKILL", 2, 1},
+      {{"drip", "2"}, 5000, "SIGKILL", 2, 1},
       {{"grandchild"}, kEnough, "exit code 0", 1, 1},
       {{"left-session"}, kEnough, "exit code 0", 1, 1},
       {{"copy"}, kEnough, "exit code 0"},
