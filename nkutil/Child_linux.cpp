@@ -14,7 +14,6 @@
 #include "nkutil/Calls.h"
 #include "nkutil/Child.h"
 #include "nkutil/Spawn_linux.h"
-#include "nkutil/SystemApp.h"
 #include "nkutil/Tree_linux.h"
 
 namespace nkutil {
@@ -116,24 +115,10 @@ Ending ChildLinux::reap(bool /*keepTree*/) {
   return how;
 }
 
-class LauncherLinux : public ConsoleAppLauncher {
- public:
-  std::unique_ptr<ConsoleApp> launch(const Command& command, Time deadline,
-                                     LaunchError& error) override {
-    return launchOnSystem(command, deadline, error);
-  }
-  Time now() override { return Clock::now(); }
-};
-
 }  // namespace
 
 std::unique_ptr<Child> makeChild() {
   return std::make_unique<ChildLinux>();
-}
-
-ConsoleAppLauncher& systemLauncher() {
-  static LauncherLinux& launcher = *new LauncherLinux;
-  return launcher;
 }
 
 }  // namespace nkutil

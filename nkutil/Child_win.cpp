@@ -6,7 +6,6 @@
 #include "nkutil/Calls.h"
 #include "nkutil/Child.h"
 #include "nkutil/Spawn_win.h"
-#include "nkutil/SystemApp.h"
 
 namespace nkutil {
 
@@ -107,24 +106,10 @@ Ending ChildWin::reap(bool keepTree) {
   return how;
 }
 
-class LauncherWin : public ConsoleAppLauncher {
- public:
-  std::unique_ptr<ConsoleApp> launch(const Command& command, Time deadline,
-                                     LaunchError& error) override {
-    return launchOnSystem(command, deadline, error);
-  }
-  Time now() override { return Clock::now(); }
-};
-
 }  // namespace
 
 std::unique_ptr<Child> makeChild() {
   return std::make_unique<ChildWin>();
-}
-
-ConsoleAppLauncher& systemLauncher() {
-  static LauncherWin& launcher = *new LauncherWin;
-  return launcher;
 }
 
 }  // namespace nkutil

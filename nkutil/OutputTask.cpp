@@ -88,11 +88,11 @@ bool OutputTask::start(Handle handle, Options options, int& error) {
 }
 
 void OutputTask::end() {
-  if (fState) fState->reader.end();
+  if (fState && !finished()) fState->reader.end();
 }
 
 void OutputTask::endWhenDry() {
-  if (fState) fState->reader.endWhenDry();
+  if (fState && !finished()) fState->reader.endWhenDry();
 }
 
 std::uint32_t OutputTask::threadNumber() const {

@@ -55,12 +55,10 @@ class Waiter {
   }
 
   void end() {
-    fEnded = true;
-    wake();
+    if (!fEnded.exchange(true)) wake();
   }
   void endWhenDry() {
-    fDry = true;
-    wake();
+    if (!fDry.exchange(true)) wake();
   }
   bool dry() const { return fDry; }
 

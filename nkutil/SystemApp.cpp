@@ -110,8 +110,8 @@ void SystemApp::closeInput() {
 
 }  // namespace
 
-std::unique_ptr<ConsoleApp> launchOnSystem(const Command& command, Time deadline,
-                                           LaunchError& error) {
+std::unique_ptr<ConsoleApp> SystemLauncher::launch(const Command& command, Time deadline,
+                                                   LaunchError& error) {
   const auto core = std::make_shared<AppCore>(command);
   std::optional<LaunchError> failure = core->open();
   std::thread keeper;
@@ -128,6 +128,11 @@ std::unique_ptr<ConsoleApp> launchOnSystem(const Command& command, Time deadline
   if (!failure) return app;
   error = std::move(*failure);
   return nullptr;
+}
+
+ConsoleAppLauncher& systemLauncher() {
+  static SystemLauncher& launcher = *new SystemLauncher;
+  return launcher;
 }
 
 }  // namespace nkutil

@@ -65,8 +65,18 @@ class AppCore : public std::enable_shared_from_this<AppCore> {
   Time fDrainUntil = Time::min();  ///< a kill waits for the streams up to here, for the rest after
 };
 
-/// ConsoleAppLauncher::launch() of both systems.
-std::unique_ptr<ConsoleApp> launchOnSystem(const Command& command, Time deadline,
-                                           LaunchError& error);
+/// Starts processes of the system.
+class SystemLauncher : public ConsoleAppLauncher {
+ public:
+  std::unique_ptr<ConsoleApp> launch(const Command& command, Time deadline,
+                                     LaunchError& error) override;
+  Time now() override { return Clock::now(); }
+};
+
+#ifdef _WIN32
+using LauncherWin = SystemLauncher;
+#else
+using LauncherLinux = SystemLauncher;
+#endif
 
 }  // namespace nkutil

@@ -84,12 +84,15 @@ std::string Tree::markValue(const char* hostsValue) const {
   return hostsValue && *hostsValue ? std::string(hostsValue) + ":" + fMark : fMark;
 }
 
-bool Tree::isLeaderAlone() const {
-  // The last field is the newest number that was given out, to a process or a thread. It can't come
-  // round to the leader's while the leader holds it.
+/// The last number that was given out, to a process or a thread; 0 when it is not known.
+pid_t Tree::newestNumber() {
   char text[256];
-  const std::string_view all = readFile("/proc/loadavg", text, sizeof text);
-  const auto newest = number<pid_t>(field(all, 4));
+  return number<pid_t>(field(readFile("/proc/loadavg", text, sizeof text), 4));
+}
+
+bool Tree::isLeaderAlone() const {
+  // It can't come round to the leader's while the leader holds it.
+  const pid_t newest = newestNumber();
   if (newest < fLeader) return false;
   for (pid_t started = fLeader + 1; started <= newest; ++started)
     if (fOwnThreads.count(started) == 0) return false;
@@ -112,16 +115,27 @@ bool Tree::readProcess(pid_t pid, Process& process) {
   return true;
 }
 
+/// Whether a process that started after the leader may have a lower number. The kernel starts no
+/// two in a microsecond: each takes its number under one lock.
+bool Tree::numbersCameRound() const {
+  static const long count = [] {
+    char text[32];
+    return number<long>(readFile("/proc/sys/kernel/pid_max", text, sizeof text));
+  }();
+  return Clock::now() - fMade >= std::chrono::microseconds(count) || newestNumber() < fLeader;
+}
+
 std::vector<Tree::Process> Tree::laterProcesses() const {
   std::vector<Process> found;
   const std::unique_ptr<DIR, int (*)(DIR*)> folder(
       systemCall(Call::ListProcesses, static_cast<DIR*>(nullptr), [] { return opendir("/proc"); }),
       closedir);
   if (!folder) return found;
+  const pid_t lowest = numbersCameRound() ? 1 : fLeader;
   while (const dirent* entry = readdir(folder.get())) {
     const auto pid = number<pid_t>(entry->d_name);
     Process process;
-    if (pid > 0 && readProcess(pid, process) && process.start >= fEarliest)
+    if (pid >= lowest && readProcess(pid, process) && process.start >= fEarliest)
       found.push_back(process);
   }
   return found;

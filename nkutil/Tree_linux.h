@@ -9,6 +9,8 @@
 #include <utility>
 #include <vector>
 
+#include "nkutil/Lines.h"
+
 namespace nkutil {
 
 /// The processes that came of one launch, found in /proc. Not thread-safe.
@@ -43,12 +45,15 @@ class Tree {
     std::uint64_t start = 0;  ///< in the kernel's ticks since boot
   };
   static bool readProcess(pid_t pid, Process& process);
+  static pid_t newestNumber();
+  bool numbersCameRound() const;
   std::vector<Process> laterProcesses() const;
   std::vector<Process> members() const;
   bool hasMark(pid_t pid) const;
   static void killExactly(const Process& process);
 
   std::string fMark;
+  Time fMade = Clock::now();
   std::uint64_t fEarliest = 0;  ///< nothing of the tree started before
   pid_t fLeader = 0;
   bool fLeaderless = false;

@@ -2,17 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <cstdlib>
-
 namespace nkutil::test {
-
-Command host(const std::string& mode) {
-  Command command;
-  command.program = ownPath();
-  command.arguments = {"--host", mode};
-  return command;
-}
 
 Command zoo(std::vector<std::string> arguments) {
   Command command;
@@ -37,49 +27,22 @@ std::unique_ptr<ConsoleApp> launch(const Command& command) {
   return app;
 }
 
-double millisecondsBetween(Time from, Time to) {
+double millisecondsSince(Time from, Time to) {
   return std::chrono::duration<double, std::milli>(to - from).count();
 }
 
-void expectNothingLeft(const Leftovers& before, const std::string& where) {
+NothingLeft::~NothingLeft() {
   const Time deadline = in(5000);
-  Leftovers now = countLeftovers();
-  while ((now.processes > 0 || now.handles > before.handles) && Clock::now() < deadline) {
+  while ((zooProcesses() > 0 || openHandles() > fHandles) && Clock::now() < deadline)
     std::this_thread::sleep_for(Milliseconds(5));
-    now = countLeftovers();
-  }
-  EXPECT_EQ(now.processes, 0) << where;
-  EXPECT_LE(now.handles, before.handles) << where;
+  EXPECT_EQ(zooProcesses(), 0);
+  EXPECT_LE(openHandles(), fHandles);
 }
-
-void Metronome::beat() {
-  while (!fStop) {
-    const Time due = in(2);
-    std::this_thread::sleep_until(due);
-    fWorst = std::max<double>(fWorst, millisecondsBetween(due, Clock::now()));
-  }
-}
-
-namespace {
-
-/// Dies without a word to its child.
-int holdAChild() {
-  const auto app = launch(zoo({"sleep"}));
-  std::puts("holds");
-  std::fflush(stdout);
-  std::this_thread::sleep_for(Milliseconds(1500));
-  std::_Exit(1);
-}
-
-}  // namespace
 
 }  // namespace nkutil::test
 
 int main(int count, char** values) {
-  nkutil::test::markRun();
-  const std::string mode = count == 3 ? values[2] : "";
-  if (mode == "holds-a-child") return nkutil::test::holdAChild();
-  if (!mode.empty()) return nkutil::test::hostModes().at(mode)();
   testing::InitGoogleTest(&count, values);
+  GTEST_FLAG_SET(death_test_style, "threadsafe");  // a new process, not a copy of this one
   return RUN_ALL_TESTS();
 }

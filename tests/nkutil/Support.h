@@ -1,8 +1,6 @@
 #pragma once
 
 #include <atomic>
-#include <functional>
-#include <map>
 #include <ostream>
 #include <string>
 #include <thread>
@@ -12,15 +10,15 @@
 
 namespace nkutil::test {
 
-/// This program, and the zoo beside it.
 std::string ownPath();
+/// The zoo beside this program.
 Command zoo(std::vector<std::string> arguments);
 Time in(int milliseconds);
-/// Run() on this system; without a deadline one that no right run comes near.
+/// Run() on this system, by default with a deadline that no right run comes near.
 RunResult run(const Command& command, Time deadline = in(60000));
 /// Launches on this system; expects that all is well.
 std::unique_ptr<ConsoleApp> launch(const Command& command);
-double millisecondsBetween(Time from, Time to);
+double millisecondsSince(Time from, Time to = Clock::now());
 
 constexpr int kEnough = 60000;
 constexpr int kShort = 1500;            // a start under a tool on a busy machine takes its time
@@ -34,23 +32,36 @@ struct Row {
   std::uint64_t out = 0;  ///< bytes read from it
   int killedAtLeast = 0;
 };
+/// A start that fails, and a part of its message.
+struct BadStart {
+  std::string program;
+  std::string part;
+  std::string folder{};
+  std::string file{};  ///< what the program's file is made to hold, if it is to be made
+  bool executable = true;
+};
 /// Those that differ between the systems.
 std::vector<Row> systemRows();
+std::vector<BadStart> systemBadStarts();
 /// Codes that its calls are made to fail with.
 std::vector<int> faultCodes();
 
-/// What a launch may leave behind.
-struct Leftovers {
-  int handles = 0;    ///< descriptors or handles that are open here
-  int processes = 0;  ///< of the zoo, zombies included
-};
-Leftovers countLeftovers();
 /// Memory of this program; 0 where it is not known.
 long residentKiB();
-/// Marks this program, unless it is a host that was started by one with the mark.
-void markRun();
-/// Waits a moment for what the system does after the fact (a process of another parent goes).
-void expectNothingLeft(const Leftovers& before, const std::string& where);
+/// Descriptors or handles that are open here.
+int openHandles();
+/// Processes of the zoo that came of this program, zombies included.
+int zooProcesses();
+
+/// Expects at its end that nothing is left of what was started meanwhile; waits a moment for what
+/// the system does after the fact (a process of another parent goes).
+class NothingLeft {
+ public:
+  ~NothingLeft();
+
+ private:
+  const int fHandles = openHandles();
+};
 
 /// How late this machine runs a thread that asked for a time, while it lives: what is late for the
 /// same reason is no fault of ours.
@@ -62,16 +73,12 @@ class Metronome {
   double allow(double limit) const { return limit + 12 * fWorst; }
 
  private:
-  void beat();
-
   std::atomic<bool> fStop{false};
   std::atomic<double> fWorst{0};
-  std::thread fThread{[this] { beat(); }};
+  std::thread fThread{[this] {
+    for (Time due{}; !fStop; fWorst = std::max<double>(fWorst, millisecondsSince(due)))
+      std::this_thread::sleep_until(due = in(2));
+  }};
 };
-
-/// What this program does as a host, by mode: an exit code, 0 when all is well.
-const std::map<std::string, std::function<int()>>& hostModes();
-/// The command for it.
-Command host(const std::string& mode);
 
 }  // namespace nkutil::test

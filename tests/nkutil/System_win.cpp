@@ -4,10 +4,8 @@
 #include <shellapi.h>
 #include <tlhelp32.h>
 
-#include <fstream>
 #include <random>
 
-#include "nkutil/Calls.h"
 #include "nkutil/CommandLine.h"
 #include "nkutil/Text_win.h"
 #include "tests/nkutil/Support.h"
@@ -28,24 +26,30 @@ std::vector<Row> systemRows() {
           {{"print", "64"}, kEnough, "exit code 0", 64 << 20}};
 }
 
+std::vector<BadStart> systemBadStarts() {
+  return {{ownPath() + ".bat", "batch file", "", "exit"},
+          {ownPath() + ".txt", "CreateProcessW", "", "hello"}};
+}
+
 std::vector<int> faultCodes() {
   return {ERROR_NOT_ENOUGH_MEMORY, ERROR_NO_SYSTEM_RESOURCES};
 }
 
-void markRun() {}  // a Wine session runs one suite
+int openHandles() {
+  DWORD count = 0;
+  GetProcessHandleCount(GetCurrentProcess(), &count);
+  return static_cast<int>(count);
+}
 
-Leftovers countLeftovers() {
-  Leftovers left;
-  DWORD handles = 0;
-  GetProcessHandleCount(GetCurrentProcess(), &handles);
-  left.handles = static_cast<int>(handles);
+int zooProcesses() {
+  int count = 0;
   const HANDLE all = CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0);
   PROCESSENTRY32 entry{};
   entry.dwSize = sizeof entry;
   for (BOOL more = Process32First(all, &entry); more; more = Process32Next(all, &entry))
-    if (std::string(entry.szExeFile) == "zoo.exe") ++left.processes;
+    if (std::string(entry.szExeFile) == "zoo.exe") ++count;
   CloseHandle(all);
-  return left;
+  return count;
 }
 
 long residentKiB() {
@@ -55,14 +59,14 @@ long residentKiB() {
 namespace {
 
 /// A program with windows only has no standard handles.
-int hasNoStreams() {
+void haveNoStreams() {
   for (const DWORD which : {STD_INPUT_HANDLE, STD_OUTPUT_HANDLE, STD_ERROR_HANDLE})
     SetStdHandle(which, nullptr);
   Command command = zoo({"copy"});
   command.input = Command::Input::Host;
   command.err.to = Command::Output::To::Host;
   const bool copied = run(command).ending.name() == "exit code 0";
-  return copied && run(zoo({"say", "x"})).out.text == "x" ? 0 : 1;
+  std::_Exit(copied && run(zoo({"say", "x"})).out.text == "x" ? 0 : 1);
 }
 
 std::vector<std::string> randomArguments(std::mt19937& random) {
@@ -117,29 +121,10 @@ TEST(LaunchWin, ProgramOnALongPath) {
   EXPECT_EQ(result.out.text, "x");
 }
 
-TEST(LaunchWin, SuspendedWhereTheJobListIsRefused) {
-  setCallFault([](Call call) { return call == Call::JobList ? int{ERROR_NOT_SUPPORTED} : 0; });
-  const Leftovers before = countLeftovers();
-  const RunResult result = run(zoo({"grandchild"}));
-  setCallFault(nullptr);
-  EXPECT_EQ(result.out.text + result.ending.name(), "xexit code 0");
-  EXPECT_GE(result.killedProcesses, 1);
-  expectNothingLeft(before, "a suspended start");
-}
-
-TEST(LaunchWin, BatchFilesAreRefused) {
-  Command command;
-  command.program = ownPath() + ".bat";
-  std::ofstream(command.program) << "exit";
-  EXPECT_TRUE(run(command).error);
-  DeleteFileA(command.program.c_str());
+TEST(HostDeathTest, NeedsNoStreams) {
+  EXPECT_EXIT(haveNoStreams(), testing::ExitedWithCode(0), "");
 }
 
 }  // namespace
-
-const std::map<std::string, std::function<int()>>& hostModes() {
-  static const std::map<std::string, std::function<int()>> all = {{"has-no-streams", hasNoStreams}};
-  return all;
-}
 
 }  // namespace nkutil::test

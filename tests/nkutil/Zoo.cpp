@@ -43,12 +43,11 @@ const zoo::Modes kModes = {
     {"abort", [](const Arguments&) { std::abort(); }},
     {"overflow", [](const Arguments&) { overflow(nullptr); }},
     {"say", [](const Arguments& a) { say(a[0]); }},
-    {"unfinished", [](const Arguments&) { say("one\ntwo"); }},
     {"zeros", [](const Arguments&) { say(std::string("a\0b\n", 4)); }},
     {"cut-crlf", [](const Arguments&) { say("a\r"), sleepMs(60), say("\nb\r\n"); }},
     {"long-line", [](const Arguments&) { say(std::string(64 << 20, 'x') + "\n"); }},
     {"arguments", [](const Arguments& a) { for (const std::string& each : a) say(each + '\0'); }},
-    {"variable", [](const Arguments& a) { const char* value = std::getenv(a[0].c_str()); say(value ? value : "(none)"); }},
+    {"variables", [](const Arguments& a) { for (const std::string& name : a) { const char* value = std::getenv(name.c_str()); say((value ? value : "(none)") + std::string("|")); } }},
     {"copy", [](const Arguments&) { for (int c = 0; (c = std::getchar()) != EOF;) std::putchar(c); }},
     {"print", [](const Arguments& a) { flood(stdout, std::stol(a[0])); }},
     {"flood-errors", [](const Arguments&) { flood(stderr, 8), say("after\n"); }},
@@ -58,7 +57,8 @@ const zoo::Modes kModes = {
     {"ignore", [](const Arguments&) { zoo::ignoreRequests(), say("x"), sleepMs(60000); }},
     {"closed", [](const Arguments&) { for (FILE* each : {stdin, stdout, stderr}) std::fclose(each); sleepMs(60000); }},
     {"grandchild", [](const Arguments&) { startSelf("sleep", Apart::No), say("x"); }},
-    {"grandchild-id", [](const Arguments&) { say(std::to_string(startSelf("sleep", Apart::No))); }},
+    {"nap", [](const Arguments&) { sleepMs(2000); }},
+    {"napping-child", [](const Arguments&) { startSelf("nap", Apart::No); }},
     {"left-session", [](const Arguments&) { startSelf("start-apart", Apart::No), sleepMs(100), say("x"); }},
     {"start-apart", [](const Arguments&) { startSelf("sleep", Apart::Session); }},
     {"storm", [](const Arguments& a) { for (int i = std::stoi(a[0]); i > 0; --i) startSelf("sleep", Apart::No); say("x"), sleepMs(60000); }},
@@ -67,12 +67,9 @@ const zoo::Modes kModes = {
 
 }  // namespace
 
-int zoo::run(const Arguments& all) {
-  for (const Modes* modes : {&kModes, &systemModes()}) {
-    const auto found = modes->find(all.size() > 1 ? all[1] : "");
-    if (found == modes->end()) continue;
-    found->second({all.begin() + 2, all.end()});
-    return 0;
-  }
+int zoo::run(const Arguments& all, const Modes& systemModes) {
+  for (const Modes* modes : {&kModes, &systemModes})
+    if (const auto found = modes->find(all.at(1)); found != modes->end())
+      return found->second({all.begin() + 2, all.end()}), 0;
   return 2;
 }

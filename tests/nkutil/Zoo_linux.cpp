@@ -3,20 +3,17 @@
 #include <sys/ptrace.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 
 #include "tests/nkutil/Zoo.h"
 
-int zoo::startSelf(const char* mode, Apart apart) {
-  const pid_t pid = fork();
-  if (pid != 0) return pid;
+void zoo::startSelf(const char* mode, Apart apart) {
+  if (fork() != 0) return;
   if (apart == Apart::Session) setsid();
   // By its own path, so that it has the name that is looked for.
-  char path[4096];
-  const ssize_t size = readlink("/proc/self/exe", path, sizeof path - 1);
-  path[size] = '\0';
-  execl(path, "zoo", mode, static_cast<char*>(nullptr));
+  execl(std::filesystem::read_symlink("/proc/self/exe").c_str(), "zoo", mode, nullptr);
   _exit(2);
 }
 
@@ -42,15 +39,9 @@ void trace(pid_t victim) {
 
 }  // namespace
 
-const zoo::Modes& zoo::systemModes() {
-  static const Modes all = {
-      {"raise", [](const Arguments& a) { raise(std::stoi(a[0])); }},
-      {"inherited", [](const Arguments&) { showInherited(); }},
-      {"trace", [](const Arguments& a) { trace(std::stoi(a[0])); }},
-  };
-  return all;
-}
-
 int main(int count, char** values) {
-  return zoo::run({values, values + count});
+  return zoo::run({values, values + count},
+                  {{"raise", [](const zoo::Arguments& a) { raise(std::stoi(a[0])); }},
+                   {"inherited", [](const zoo::Arguments&) { showInherited(); }},
+                   {"trace", [](const zoo::Arguments& a) { trace(std::stoi(a[0])); }}});
 }

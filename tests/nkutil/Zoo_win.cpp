@@ -4,7 +4,7 @@
 
 #include "tests/nkutil/Zoo.h"
 
-int zoo::startSelf(const char* mode, Apart apart) {
+void zoo::startSelf(const char* mode, Apart apart) {
   char path[MAX_PATH];
   GetModuleFileNameA(nullptr, path, MAX_PATH);
   std::string line = '"' + std::string(path) + "\" " + mode;
@@ -14,19 +14,10 @@ int zoo::startSelf(const char* mode, Apart apart) {
   const DWORD flags =
       apart == Apart::Session ? DETACHED_PROCESS | CREATE_NEW_PROCESS_GROUP : DWORD{0};
   CreateProcessA(path, line.data(), nullptr, nullptr, TRUE, flags, nullptr, nullptr, &info, &made);
-  return static_cast<int>(made.dwProcessId);
 }
 
 void zoo::ignoreRequests() {
   SetConsoleCtrlHandler(nullptr, TRUE);
-}
-
-const zoo::Modes& zoo::systemModes() {
-  static const Modes all = {{"raise", [](const Arguments& a) {
-                               const auto code = std::stoul(a[0], nullptr, 16);
-                               RaiseException(static_cast<DWORD>(code), 0, 0, nullptr);
-                             }}};
-  return all;
 }
 
 int wmain(int count, wchar_t** values) {
@@ -38,5 +29,8 @@ int wmain(int count, wchar_t** values) {
     WideCharToMultiByte(CP_UTF8, 0, values[i], -1, text, sizeof text, nullptr, nullptr);
     all.emplace_back(text);
   }
-  return zoo::run(all);
+  const auto raise = [](const zoo::Arguments& a) {
+    RaiseException(static_cast<DWORD>(std::stoul(a[0], nullptr, 16)), 0, 0, nullptr);
+  };
+  return zoo::run(all, {{"raise", raise}});
 }
