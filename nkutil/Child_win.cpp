@@ -1,7 +1,9 @@
 #include <windows.h>
 
+#include <algorithm>
 #include <atomic>
 #include <mutex>
+#include <vector>
 
 #include "nkutil/Calls.h"
 #include "nkutil/Child.h"
@@ -26,7 +28,7 @@ class ChildWin : public Child {
 
  private:
   int activeProcesses() const;
-  bool isRunning() const { return WaitForSingleObject(fStarted.process.get(), 0) != WAIT_OBJECT_0; }
+  static bool isRunning(HANDLE process) { return WaitForSingleObject(process, 0) != WAIT_OBJECT_0; }
 
   std::atomic<ProcessId> fId{0};
   Spawned fStarted;
@@ -51,13 +53,23 @@ void ChildWin::awaitEnd() {
 }
 
 int ChildWin::activeProcesses() const {
-  JOBOBJECT_BASIC_ACCOUNTING_INFORMATION present{};
+  std::vector<ULONG_PTR> memory(1024);
+  const auto present = reinterpret_cast<JOBOBJECT_BASIC_PROCESS_ID_LIST*>(memory.data());
+  const auto size = static_cast<DWORD>(memory.size() * sizeof memory[0]);
   const BOOL known = systemCall(Call::QueryJob, FALSE, [&] {
-    return QueryInformationJobObject(fStarted.job.get(), JobObjectBasicAccountingInformation,
-                                     &present, sizeof present, nullptr);
+    return QueryInformationJobObject(fStarted.job.get(), JobObjectBasicProcessIdList, present, size,
+                                     nullptr);
   });
-  if (known) return static_cast<int>(present.ActiveProcesses);
-  return isRunning() ? 1 : 0;
+  if (!known && GetLastError() == ERROR_MORE_DATA)
+    return static_cast<int>(present->NumberOfAssignedProcesses);
+  if (!known) return isRunning(fStarted.process.get()) ? 1 : 0;
+  // Wine lists a process for ever whose creator was ended before it had a thread.
+  const ULONG_PTR* const ids = present->ProcessIdList;
+  return static_cast<int>(
+      std::count_if(ids, ids + present->NumberOfProcessIdsInList, [](ULONG_PTR id) {
+        const WinHandle process(OpenProcess(SYNCHRONIZE, FALSE, static_cast<DWORD>(id)));
+        return process && isRunning(process.get());
+      }));
 }
 
 int ChildWin::sweep() {
@@ -67,7 +79,7 @@ int ChildWin::sweep() {
   if (active == 0) return 0;
   if (fKilled == 0) {
     fKilled = active;
-    fCountedItself = isRunning();
+    fCountedItself = isRunning(fStarted.process.get());
   }
   const BOOL ended = systemCall(Call::Kill, FALSE,
                                 [this] { return TerminateJobObject(fStarted.job.get(), kKilled); });

@@ -32,6 +32,9 @@ struct Row {
   std::uint64_t out = 0;  ///< bytes read from it
   int killedAtLeast = 0;
 };
+inline void PrintTo(const Row& row, std::ostream* out) {
+  *out << row.arguments[0];
+}
 /// A start that fails, and a part of its message.
 struct BadStart {
   std::string program;

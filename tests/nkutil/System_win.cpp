@@ -32,7 +32,7 @@ std::vector<BadStart> systemBadStarts() {
 }
 
 std::vector<int> faultCodes() {
-  return {ERROR_NOT_ENOUGH_MEMORY, ERROR_NO_SYSTEM_RESOURCES};
+  return {ERROR_NO_SYSTEM_RESOURCES};
 }
 
 int openHandles() {
