@@ -50,7 +50,7 @@ extern std::atomic<CallFault> callFault;
 /// errno or GetLastError().
 int systemError();
 void setSystemError(int error);
-/// The system's own words for a code, without a line end.
+/// The system's own words for a code, without a line end; some text for an unknown one, too.
 std::string systemErrorText(int error);
 
 /// What `call` returns, or `failure` with the system's error set where a fault is rehearsed.

@@ -152,6 +152,7 @@ class ConsoleApp {
 
   /// Belongs to the program until Finished or Crashed: nobody else gets it before.
   virtual ProcessId id() const = 0;
+  /// The present state; it may be another when this returns.
   virtual AppState state() const = 0;
   /// When the state was entered, if it was.
   virtual std::optional<Time> entered(AppState state) const = 0;
@@ -178,7 +179,9 @@ class ConsoleApp {
   /// The system's code where it failed to read on, so that bytes may be missing; else 0.
   virtual int readError(Stream stream) const = 0;
 
-  /// Writes to the program's input (Input::Pipe); Closed where there is none or nobody reads it.
+  /// Writes all bytes to the program's input (Input::Pipe) or answers why not, part of them being
+  /// written: Closed where there is no input or nobody reads it, Timeout where nobody did so by the
+  /// deadline, Ended once the program is over.
   virtual Transfer write(std::string_view bytes, Time deadline) = 0;
   /// The program reads the end of its input after what was written.
   virtual void closeInput() = 0;
@@ -194,10 +197,11 @@ class ConsoleApp {
 class ConsoleAppLauncher {
  public:
   virtual ~ConsoleAppLauncher() = default;
-  /// Null when the program could not be started by the deadline: `error` says why, and nothing is
-  /// left behind.
+  /// The program, which the caller owns and any thread may let go of. Null when it could not be
+  /// started by the deadline: `error` says why, and nothing is left behind.
   virtual std::unique_ptr<ConsoleApp> launch(const Command& command, Time deadline,
                                              LaunchError& error) = 0;
+  /// What a deadline is compared with.
   virtual Time now() = 0;
 };
 
@@ -223,7 +227,8 @@ struct RunResult {
 };
 
 /// Launches the program, reads both streams, waits for the end, and kills the tree at the
-/// deadline. Returns by then, or later by the command's kill budget.
+/// deadline. Returns by then, or later by the command's kill budget. Any thread, several at a time;
+/// nothing of the result is shared.
 RunResult Run(ConsoleAppLauncher& launcher, const Command& command, Time deadline);
 
 }  // namespace nkutil

@@ -5,7 +5,8 @@
 namespace nkutil {
 
 /// Owner of one handle of the system, closed at most once. Movable; not to be shared by threads
-/// without a lock. Traits: Value, kNone (owns nothing) and close(Value).
+/// without a lock. Traits: Value, none() (owns nothing) and close(Value).
+/// A failure to close is ignored.
 template <class Traits>
 class Owner {
  public:

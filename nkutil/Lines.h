@@ -55,6 +55,7 @@ class Buffer {
     std::size_t gap = 0;        ///< where in `text` bytes are missing for the first time
     std::uint64_t dropped = 0;  ///< how many are missing
   };
+  /// Everything, unfinished lines included; empty when there is nothing.
   Bytes takeBytes();
 
   bool empty() const { return fHead.empty() && fTail.empty() && fDropped == 0; }
@@ -110,6 +111,7 @@ class Buffer {
 /// them, with a cap for each stream. Closed at the end. Thread-safe; one thread takes at a time.
 class Channel {
  public:
+  /// Caps of Buffer, in bytes.
   Channel(std::size_t outCap, std::size_t errCap);
 
   /// Bytes of a stream; without memory for them they are dropped and counted.

@@ -65,12 +65,14 @@ class Writer {
   std::unique_ptr<State> fState;
 };
 
-/// A new pipe: our end, made for Reader or Writer, and the child's. No program that is started
-/// inherits either by itself. False when the system refuses; its code goes to `error`.
+/// What our end of a pipe is for.
 enum class PipeFor { Reading, Writing };
+/// A new pipe: our end, made for Reader or Writer, and the child's, both the caller's. No program
+/// that is started inherits either by itself. False when the system refuses; its code goes to
+/// `error`. Any thread.
 bool makePipe(PipeFor ours, Handle& ourEnd, Handle& childEnd, int& error);
 
-/// The null device, for a child's stream. None when the system refuses.
+/// The null device, for a child's stream. None when the system refuses: systemError() says why.
 Handle openNull();
 
 /// Takes the bytes of a stream as they come, on the thread that reads it: what it does holds up

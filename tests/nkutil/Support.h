@@ -49,8 +49,6 @@ std::vector<BadStart> systemBadStarts();
 /// Codes that its calls are made to fail with.
 std::vector<int> faultCodes();
 
-/// Memory of this program; 0 where it is not known.
-long residentKiB();
 /// Descriptors or handles that are open here.
 int openHandles();
 /// Processes of the zoo that came of this program, zombies included.

@@ -72,13 +72,6 @@ int zooProcesses() {
   return count;
 }
 
-long residentKiB() {
-  std::ifstream file("/proc/self/statm");
-  long pages = 0;
-  file >> pages >> pages;
-  return pages * (sysconf(_SC_PAGESIZE) / 1024);
-}
-
 namespace {
 
 void checkOutput() {

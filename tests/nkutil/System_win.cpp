@@ -52,10 +52,6 @@ int zooProcesses() {
   return count;
 }
 
-long residentKiB() {
-  return 0;
-}
-
 namespace {
 
 /// A program with windows only has no standard handles.
@@ -101,19 +97,19 @@ TEST(ArgumentsWin, ComeBackExactly) {
 
 TEST(LaunchWin, ProgramOnALongPath) {
   std::string folder = "\\\\?\\" + ownPath() + ".long";
-  std::vector<std::wstring> made;
-  for (int i = 0; i < 6; ++i, folder += "\\" + std::string(50, 'd') + "\xC3\xA4") {
-    made.push_back(*toWide(folder));
-    CreateDirectoryW(made.back().c_str(), nullptr);
-  }
-  const std::wstring copy = made.back() + L"\\zoo.exe";
-  ASSERT_TRUE(CopyFileW(toWide(zoo({}).program)->c_str(), copy.c_str(), FALSE));
+  const std::size_t rootSize = folder.size();
+  for (int i = 0; i < 6; ++i, folder += "\\" + std::string(50, 'd') + "\xC3\xA4")
+    CreateDirectoryW(toWide(folder)->c_str(), nullptr);
+  folder.resize(folder.rfind('\\'));
   Command command = zoo({"say", "x"});
+  const std::wstring copy = *toWide(folder + "\\zoo.exe");
+  ASSERT_TRUE(CopyFileW(toWide(command.program)->c_str(), copy.c_str(), FALSE));
   command.program = toUtf8(copy.substr(4));
   ASSERT_GT(command.program.size(), 260U);
   const RunResult result = run(command);
   DeleteFileW(copy.c_str());
-  for (; !made.empty(); made.pop_back()) RemoveDirectoryW(made.back().c_str());
+  for (; folder.size() >= rootSize; folder.resize(folder.rfind('\\')))
+    RemoveDirectoryW(toWide(folder)->c_str());
   // Wine 8 finds the file, but starts none on such a path.
   if (result.error && result.error->step == "CreateProcessW")
     GTEST_SKIP() << result.error->message();
