@@ -1,9 +1,9 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <mutex>
-#include <vector>
 
 #include "nkutil/Calls.h"
 #include "nkutil/Child.h"
@@ -53,7 +53,7 @@ void ChildWin::awaitEnd() {
 }
 
 int ChildWin::activeProcesses() const {
-  std::vector<ULONG_PTR> memory(1024);
+  std::array<ULONG_PTR, 1024> memory{};
   const auto present = reinterpret_cast<JOBOBJECT_BASIC_PROCESS_ID_LIST*>(memory.data());
   const auto size = static_cast<DWORD>(memory.size() * sizeof memory[0]);
   const BOOL known = systemCall(Call::QueryJob, FALSE, [&] {
