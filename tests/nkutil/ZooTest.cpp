@@ -16,7 +16,7 @@ const Row kRows[] = {
     {{"exit", "139"}, kEnough, "exit code 139"},
     {{"spin"}, kShort, "SIGKILL", 0, 1},
     {{"sleep"}, kShort, "SIGKILL", 0, 1},
-    {{"ignore"}, kShort, "SIGKILL", 1, 1},
+    {{"ignore"}, 5000, "SIGKILL", 1, 1},
     {{"closed"}, kShort, "SIGKILL", 0, 1},
     {{"flood-errors"}, kEnough, "exit code 0", 6},
     {{"drip", "2"}, 3500, "SIGKILL", 2, 1},
