@@ -136,7 +136,7 @@ def no_driver():
     print(os.path.basename(second), file=unbind, flush=True)
     uses_first_card(Report())
     run("modprobe", "-r", "virtio_gpu")
-    draws_in_software(Report(), f"adapter {SECOND}: no driver is bound to it")
+    draws_in_software(Report(), f"adapter {SECOND}: its driver virtio-pci makes no DRM device")
 
 
 def no_modeset():
