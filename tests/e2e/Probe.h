@@ -1,6 +1,5 @@
 #pragma once
 
-#include <ostream>
 #include <string>
 #include <vector>
 
@@ -32,6 +31,3 @@ Outcome RunProbe(const Start& start);
 
 /// What a run without options writes; asked for once.
 const Lines& PlainReport();
-
-/// For tests with parameters that have a name.
-inline const auto nameOf = [](const auto& test) { return std::string(test.param.name); };

@@ -139,6 +139,7 @@ ZOR::OGL::DisplayDeviceKey FakeGL::primaryDisplayDevice() {
 
 std::unique_ptr<ZOR::OGL::NativeContext> FakeGL::createContext(
     const ZOR::OGL::DisplayDeviceKey& key) {
+  onContext();
   const auto failing = failingDevices.find(key.deviceName);
   if (failing != failingDevices.end()) throw ZOR::LogicalException(failing->second);
   return std::make_unique<FakeContext>(*this);
