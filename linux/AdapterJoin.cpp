@@ -21,7 +21,7 @@ using Adapters = std::vector<const DRMData*>;  // one per device, null where it 
 const DRMData* findByNode(const std::string& deviceName, const std::vector<DRMData>& adapters) {
   const std::string node = NodeOfDeviceName(deviceName);
   const auto found = std::find_if(adapters.begin(), adapters.end(), [&](const DRMData& adapter) {
-    return adapter.Desc().hasNode(node);
+    return adapter.Desc().HasNode(node);
   });
   return found == adapters.end() ? nullptr : &*found;
 }
@@ -122,7 +122,7 @@ std::string UnusedReason(const DRMAdapterDesc& desc, const std::vector<NodeAcces
   else if (last.error != 0)
     reason = last.file + ": " + std::generic_category().message(last.error);
   for (const FailedDevice& failure : failures)
-    if (desc.hasNode(NodeOfDeviceName(failure.deviceName)))
+    if (desc.HasNode(NodeOfDeviceName(failure.deviceName)))
       return reason + (reason.empty() ? "" : ", ") + failure.reason;
   return reason.empty() ? "EGL lists no device for it" : reason;
 }

@@ -122,7 +122,7 @@ bool GPUImplLinux::drawsInSoftware() {
 
 bool GPUImplLinux::hasNVIDIADriver() {
   try {
-    return IsNVIDIADriver(glText(kGLVendor));
+    return IsNVIDIADriver(GLText(kGLVendor));
   } catch (const std::exception& e) {
     Diagnostic{}(fDeviceName, ": no vendor: ", e.what());
     return false;
@@ -144,7 +144,7 @@ std::string GPUImplLinux::DoGetGLName() {
 }
 
 std::string GPUImplLinux::DoGetGLDriverVersion() {
-  const std::string version = DriverVersionFromGLVersion(glText(kGLVersion));
+  const std::string version = DriverVersionFromGLVersion(GLText(kGLVersion));
   return version.empty() ? fAdapter.Desc().driverVersion : version;
 }
 

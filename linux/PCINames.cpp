@@ -65,7 +65,7 @@ PCINames::PCINames(std::string_view text) : fText("\n") {
   fText += text.substr(0, end);
 }
 
-std::string PCINames::name(uint32_t vendorID, uint32_t deviceID) {
+std::string PCINames::Name(uint32_t vendorID, uint32_t deviceID) {
   const std::string vendor = stringPrintf("\n%04x  ", vendorID);
   const std::string device = stringPrintf("\t%04x  ", deviceID);
   const void* const found = memmem(fText.data(), fText.size(), vendor.data(), vendor.size());
@@ -104,8 +104,8 @@ void NameAdapters(const path& root, std::vector<DRMData>& adapters) {
     PCINames names(*text);
     for (DRMData& adapter : adapters)
       if (adapter.GetVendorID() != 0)
-        adapter.SetName(names.name(adapter.GetVendorID(), adapter.GetDeviceID()));
-    if (!names.fault().empty()) Diagnostic{}((root / file).native(), ": ", names.fault());
+        adapter.SetName(names.Name(adapter.GetVendorID(), adapter.GetDeviceID()));
+    if (!names.Fault().empty()) Diagnostic{}((root / file).native(), ": ", names.Fault());
     return;
   }
 }

@@ -31,19 +31,19 @@ void require(HRESULT result, const char* failure) {
   if (FAILED(result)) FailRequirement(failure);
 }
 
-/// What one enumeration holds open. Ends by close or by abandon.
+/// What one enumeration holds open. Ends by Close or by Abandon.
 struct Session {
   ComPtr<IDXGIFactory> factory;
   ComPtr<IWbemLocator> locator;
   ComPtr<IWbemServices> service;
   ComPtr<IEnumWbemClassObject> enumerator;
 
-  void open();
-  void close();
-  void abandon() noexcept;
+  void Open();
+  void Close();
+  void Abandon() noexcept;
 };
 
-void Session::open() {
+void Session::Open() {
   require(windowsApi.CreateDXGIFactory(IID_PPV_ARGS(factory.ReleaseAndGetAddressOf())),
           "CreateDXGIFactory");
   require(windowsApi.CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), "CoInitializeEx");
@@ -64,7 +64,7 @@ void Session::open() {
           "pSvc->ExecQuery");
 }
 
-void Session::close() {
+void Session::Close() {
   enumerator.Reset();
   service.Reset();
   locator.Reset();
@@ -74,7 +74,7 @@ void Session::close() {
 
 // A failed service is not called again, not even to release it: the interfaces stay referenced
 // and COM stays initialised until the process ends.
-void Session::abandon() noexcept {
+void Session::Abandon() noexcept {
   enumerator.Detach();
   service.Detach();
   locator.Detach();
@@ -173,10 +173,10 @@ std::vector<WMIData> WMIData::GetAllDevices() {
   GuardedRead(
       "WMIData::GetAllDevices()", 241, 245,
       [&] {
-        session.open();
+        session.Open();
         readControllers(session, devices);
-        session.close();
+        session.Close();
       },
-      [&] { session.abandon(); });
+      [&] { session.Abandon(); });
   return devices;
 }

@@ -20,7 +20,6 @@ struct Outcome {
   Lines report;      // out without the lines that a reader skips,
   Lines comments;    // and these
   Lines err;
-  Lines log;  // the file of that name in the run's folder
   int code = -1;
   int signal = 0;
   double seconds = 0;

@@ -1,5 +1,7 @@
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <ctime>
 #include <regex>
 
@@ -9,6 +11,7 @@
 namespace {
 
 using namespace testing;
+using std::string_literals::operator""s;
 
 /// The keys in their order, but for those of other GPUs than the first of OpenGL.
 Lines keysOf(const Lines& report) {
@@ -87,6 +90,93 @@ TEST(Sweep, FailsAtTheStepAskedFor) {
       EXPECT_EQ(outcome.err, expected.err) << option;
       EXPECT_EQ(outcome.code, expected.err.empty() ? 7 : 2) << option;
     }
+}
+
+/// What plain EGL and GL calls answer. GPUPROBE_FLOOR names the program that makes them.
+Lines referenceLines(const std::string& environment) {
+  const Outcome run = RunProbe({{}, environment, Start().streams, "$GPUPROBE_FLOOR"});
+  EXPECT_EQ(run.code, 0);
+  return run.out;
+}
+
+// The operating system answers the other questions, or nobody.
+const std::regex kDriversAnswer(
+    R"(glgpu\[0\]\.(?!IsIntegratedGLGPU|GLMemoryMB|GLVendorID|GLRendererID|GLDriverDate).*)");
+
+TEST(LinuxReference, EveryValueIsTheDrivers) {
+  if (!std::getenv("GPUPROBE_FLOOR")) GTEST_SKIP() << "GPUPROBE_FLOOR is not set";
+  const struct {
+    const char* environment;
+    unsigned failing;  // questions that end in a GL error
+    const char* glsl;
+  } drivers[] = {
+      {"", 0, "1"},
+      {"MESA_GL_VERSION_OVERRIDE=2.1", 0, "1"},
+      {"MESA_GL_VERSION_OVERRIDE=3.3COMPAT", 0, "1"},
+      {"MESA_GL_VERSION_OVERRIDE=1.4", 0, "0"},
+      {"MESA_EXTENSION_OVERRIDE=-GL_ARB_texture_float", 0, "1"},
+      {"GALLIUM_DRIVER=softpipe", 0, "1"},
+      {"MESA_EXTENSION_OVERRIDE='-GL_ARB_fragment_program -GL_ARB_vertex_program'", 3, "1"}};
+  const Lines plain = referenceLines("");
+  for (const auto& [environment, failing, glsl] : drivers) {
+    SCOPED_TRACE(environment);
+    const Lines reference = referenceLines(environment);
+    EXPECT_EQ(reference == plain, *environment == '\0');
+    const Outcome run = RunProbe({{}, environment});
+    EXPECT_EQ(run.code, failing ? 2 : 0);
+    EXPECT_THAT(run.out, IsSupersetOf(reference));
+    EXPECT_THAT(run.out, IsSupersetOf({"NumGLGPUs=1"s, "glgpu[0].GLFrameBufferOK=1"s,
+                                       "glgpu[0].CanCompileProgramGLSL="s + glsl}));
+    Lines answers;
+    for (const std::string& line : run.out)
+      if (std::regex_match(line, kDriversAnswer)) answers.push_back(line);
+    EXPECT_EQ(answers.size(), 31 - failing);
+    EXPECT_THAT(reference, IsSupersetOf(answers));
+    Lines errors;
+    for (unsigned i = 0; i < failing; ++i)
+      errors.insert(errors.end(), {"Failed requirement: glStatus == GL_NO_ERROR",
+                                   "exception: Failed requirement: glStatus == GL_NO_ERROR"});
+    EXPECT_EQ(run.err, errors);
+  }
+}
+
+TEST(LinuxStreams, ChangeNothingElse) {
+  constexpr size_t kWhole = 1000;
+  const struct {
+    const char* streams;
+    bool out;  // still there
+    bool err;
+    size_t least;  // lines of the report that must fail to be written
+  } redirections[] = {{R"(<&- >"$0/out" 2>"$0/err")", true, true, 0},
+                      {R"(>&- 2>"$0/err")", false, true, kWhole},
+                      {R"(>/dev/full 2>"$0/err")", false, true, kWhole},
+                      {R"(>&3 2>"$0/err")", false, true, kWhole},
+                      // How many lines come through before the reader leaves is its own affair.
+                      {R"(2>"$0/err" > >(head -n 1 >/dev/null))", false, true, 0},
+                      {R"(>"$0/out" 2>&-)", true, false, 0},
+                      {R"(>"$0/out" 2>/dev/full)", true, false, 0},
+                      {">&3 2>&3", false, false, 0},
+                      {"<&- >&- 2>&-", false, false, 0}};
+  // It answers faster than a real driver.
+  const std::string fake = "LD_LIBRARY_PATH=${GPUPROBE_LAYERS:?}/egl FAKE_EGL=renderer=B";
+  const Lines report = RunProbe({{}, fake}).out;
+  for (const auto& [streams, out, err, least] : redirections) {
+    SCOPED_TRACE(streams);
+    const auto run = [&, to = streams](const Lines& arguments) {
+      // Descriptor 3 is a pipe whose reader has gone.
+      return RunProbe({arguments, "exec 3> >(:); wait $!;" + fake, to});
+    };
+    EXPECT_EQ(run({"-verbose=1", "-exit=7"}).code, 7);
+    EXPECT_EQ(run({"-throwAfter=7", "-exit=7"}).code, 2);
+    EXPECT_EQ(run({"stray"}).code, 3);
+    const Outcome plain = run({});
+    EXPECT_EQ(plain.code, 0);
+    EXPECT_TRUE(!out || plain.out == report) << plain.text;
+    EXPECT_THAT(plain.err, Each("DoStdout failed"));
+    EXPECT_LE(plain.err.size(), out ? 0 : report.size());
+    EXPECT_GE(plain.err.size(), err ? std::min(least, report.size()) : 0);
+  }
+  EXPECT_EQ(RunProbe({{"-exit=7"}, "ulimit -f 0;" + fake}).code, 7);
 }
 
 }  // namespace

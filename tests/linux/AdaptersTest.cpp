@@ -156,8 +156,8 @@ TEST(BadInput, NamesWhereverTheFileIsTorn) {
       {"", "", ""}};
   for (const auto& c : cases) {
     PCINames names(c.text);
-    EXPECT_EQ(names.name(0x1002, 0x73FF), c.name) << c.text;
-    EXPECT_EQ(names.fault(), c.fault) << c.text;
+    EXPECT_EQ(names.Name(0x1002, 0x73FF), c.name) << c.text;
+    EXPECT_EQ(names.Fault(), c.fault) << c.text;
   }
 }
 

@@ -32,7 +32,7 @@ DWORD broadcast() {
 }
 
 TEST(HiddenWindow, NobodyWaitsForItAndItStays) {
-  for (const auto kind : {HiddenWindow::Kind::kMessageOnly, HiddenWindow::Kind::kTopLevel}) {
+  for (const auto kind : {HiddenWindow::Kind::MessageOnly, HiddenWindow::Kind::TopLevel}) {
     const HiddenWindow window(kind, R"(\\.\DISPLAY1)");
     EXPECT_TRUE(window.drawnByDriver());
     EXPECT_LT(broadcast(), 3000U);
@@ -49,7 +49,9 @@ TEST(HiddenWindow, TakesTheFirstFormatThatADriverDraws) {
     made.iPixelType = type;
     made.cColorBits = bits;
   };
-  for (const DWORD flags : {kWindow | kGeneric, PFD_SUPPORT_OPENGL, PFD_DRAW_TO_WINDOW}) add(flags);
+  for (const DWORD flags :
+       {kWindow | kGeneric, DWORD{PFD_SUPPORT_OPENGL}, DWORD{PFD_DRAW_TO_WINDOW}})
+    add(flags);
   add(kWindow, PFD_TYPE_COLORINDEX);
   add(kWindow, PFD_TYPE_RGBA, 16);
   EXPECT_EQ(ZOR::OGL::FirstDriverFormat(formats), 0);
