@@ -102,14 +102,4 @@ TEST_F(OptionsTest, WhatIsNotUnderstoodIsLeftInOrder) {
   EXPECT_EQ(app.fVerbose, 2);
 }
 
-TEST_F(OptionsTest, ThresholdsReachATesterThatExists) {
-  const auto tester = app.GetTester();
-  Parse({"-crashAfter=2", "-throwAfter=1"});
-  EXPECT_EQ(tester->Step(), 1u);
-  EXPECT_THROW(tester->Step(), std::runtime_error);
-  Parse({"-throwAfter=-1", "-crashAfter=3"});
-  EXPECT_EQ(tester->Step(), 3u);
-  EXPECT_THROW(tester->Step(), std::runtime_error);
-}
-
 }  // namespace

@@ -5,7 +5,6 @@
 #include <cerrno>
 #include <cstdlib>
 #include <fstream>
-#include <regex>
 #include <sstream>
 
 #include "linux/AdapterJoin.h"
@@ -84,17 +83,14 @@ std::string describe(const SysfsTree& tree) {
   LogCapture log;
   std::vector<DRMData> adapters = DRMData::GetAllDevices(tree.root());
   NameAdapters(tree.root(), adapters);
-  const std::string reading = log.take();
-  LogUnusedHardware(tree.root(), adapters, {});
-  const std::string unused = log.take();
   std::ostringstream text;
-  text << reading;
+  text << std::exchange(log.text, "");
+  LogUnusedHardware(tree.root(), adapters, {});
+  const std::string unused = log.text;
   for (const DRMData& adapter : adapters)
     text << adapter.Desc() << "\n  IsIntegratedGLGPU=" << adapter.IsIntegrated()
          << " GLMemoryMB=" << adapter.GetVideoMemory() << "\n";
-  text << unused;
-  // A statement's place in its source is no property of the machine.
-  std::string described = std::regex_replace(text.str(), std::regex("(^|\n)\\d+ "), "$1");
+  std::string described = text.str() + unused;
   for (const char* part : {" VendorID=", " Driver=", " DedicatedVideoMemory=", " Name="})
     boost::replace_all(described, part, std::string("\n ") + part);
   return tree.withoutRoot(described);

@@ -128,10 +128,6 @@ FakeGL::~FakeGL() {
   active = nullptr;
 }
 
-void FakeGL::initialize() {
-  if (!initializeError.empty()) throw ZOR::LogicalException(initializeError);
-}
-
 ZOR::OGL::DisplayDeviceKey FakeGL::primaryDisplayDevice() {
   if (devices.empty()) throw ZOR::LogicalException("no device");
   return devices.front();
