@@ -43,6 +43,7 @@ Adapters findLeftOver(const std::vector<JoinDevice>& devices, const Adapters& kn
   return leftOver;
 }
 
+// With two of either a guess would give one card the other's name and memory.
 void joinByElimination(const std::vector<JoinDevice>& devices, Adapters& known,
                        const std::vector<DRMData>& adapters) {
   const auto count = std::count_if(devices.begin(), devices.end(), isNVIDIAWithoutNode);
@@ -61,6 +62,7 @@ std::vector<NodeAccess> checkNodes(const path& root, const std::vector<std::stri
   std::vector<NodeAccess> accesses;
   for (const std::string& node : nodes) {
     const path file = root / "dev/dri" / node;
+    // Asked, not opened: opening a node may wake the card.
     const int error = access(file.c_str(), R_OK | W_OK) == 0 ? 0 : errno;
     accesses.push_back({file, error});
   }

@@ -14,6 +14,7 @@ using std::filesystem::path;
 namespace {
 
 constexpr const char* kFiles[] = {"usr/share/misc/pci.ids", "usr/share/hwdata/pci.ids"};
+/// Far beyond any name; a file without line ends must not end up in the report.
 constexpr size_t kMaxName = 1024;
 /// Several times the file of today.
 constexpr size_t kMaxFile = size_t{8} << 20;
@@ -98,6 +99,8 @@ void NameAdapters(const path& root, std::vector<DRMData>& adapters) {
   if (std::all_of(adapters.begin(), adapters.end(),
                   [](const DRMData& adapter) { return adapter.GetVendorID() == 0; }))
     return;
+  // The first that can be read is the machine's; the other belongs to another distribution's
+  // layout.
   for (const char* file : kFiles) {
     const std::optional<std::string> text = readFile(root / file);
     if (!text) continue;

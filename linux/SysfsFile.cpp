@@ -119,6 +119,7 @@ std::string ReadSysfsLinkName(const std::filesystem::path& link) {
   return std::filesystem::path(target, target + count).filename();
 }
 
+// The devices are told apart by their real folders, which lead to the bus they hang on.
 std::optional<std::filesystem::path> ResolveSysfsFolder(const std::filesystem::path& folder) {
   char resolved[PATH_MAX];
   if (!realpath(folder.c_str(), resolved)) return complainOfError(folder, errno);

@@ -43,6 +43,8 @@ struct Session {
   void Abandon() noexcept;
 };
 
+// The order is the log readers': each failure is known by its text, and what comes after it is not
+// even tried.
 void Session::Open() {
   require(windowsApi.CreateDXGIFactory(IID_PPV_ARGS(factory.ReleaseAndGetAddressOf())),
           "CreateDXGIFactory");
@@ -54,6 +56,8 @@ void Session::Open() {
   require(locator->ConnectServer(_bstr_t(L"ROOT\\CIMV2"), nullptr, nullptr, nullptr, 0, nullptr,
                                  nullptr, service.ReleaseAndGetAddressOf()),
           "pLoc->ConnectServer");
+  // Without it the service may take the calls for those of nobody and refuse them.
+  // https://learn.microsoft.com/windows/win32/wmisdk/setting-the-security-levels-on-a-wmi-connection
   require(windowsApi.CoSetProxyBlanket(service.Get(), RPC_C_AUTHN_WINNT, RPC_C_AUTHZ_NONE, nullptr,
                                        RPC_C_AUTHN_LEVEL_CALL, RPC_C_IMP_LEVEL_IMPERSONATE, nullptr,
                                        EOAC_NONE),
@@ -64,6 +68,7 @@ void Session::Open() {
           "pSvc->ExecQuery");
 }
 
+// COM's objects go before COM does; the factory is not one of its apartment's.
 void Session::Close() {
   enumerator.Reset();
   service.Reset();
