@@ -112,7 +112,6 @@ TEST(LinuxReference, EveryValueIsTheDrivers) {
   } drivers[] = {
       {"", 0, "1"},
       {"MESA_GL_VERSION_OVERRIDE=2.1", 0, "1"},
-      {"MESA_GL_VERSION_OVERRIDE=3.3COMPAT", 0, "1"},
       {"MESA_GL_VERSION_OVERRIDE=1.4", 0, "0"},
       {"MESA_EXTENSION_OVERRIDE=-GL_ARB_texture_float", 0, "1"},
       {"GALLIUM_DRIVER=softpipe", 0, "1"},

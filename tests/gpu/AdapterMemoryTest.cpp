@@ -20,7 +20,6 @@ TEST(AdapterMemory, RulesByMakerAndSize) {
       {{kVendorIntel, 128 * MiB, 16 * MiB, GiB}, 16 * GiB, false, 144, false},
       {{kVendorIntel, 128 * MiB - 1, 0, GiB}, 2 * GiB, true, 639, true},
       {{kVendorIntel, 0, 0, 4 * GiB}, 16 * GiB, true, 2048, true},
-      {{kVendorIntel, 0, 0, 4 * GiB}, 3, true, 0, true},
       {{kVendorIntel, 64 * MiB, 0, 0}, 16 * GiB, true, 64, false},
       {{kVendorAMD, 64 * MiB, 960 * MiB, 512 * MiB}, 8 * GiB, true, 1024, false},
       {{kVendorAMD, 64 * MiB, 960 * MiB - 1, 512 * MiB}, 8 * GiB, true, 1535, true},

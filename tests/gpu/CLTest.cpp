@@ -19,7 +19,6 @@ TEST(CLTexts, PlatformVersionIsTakenApart) {
       {"OpenCL 1.2 CUDA", "1.2 CUDA", ""},
       {"OpenCL  CUDA 9", "", "9"},
       {"OpenCL 1 CUDA 9 CUDA 8", "1", "9 CUDA 8"},
-      {"OpenCL OpenCL 1", "OpenCL 1", ""},
       {"Vendor 7 CUDA 6", "Vendor 7", "6"},
       {"", "", ""},
       {"OpenCL 1.2\0 CUDA 9"s, "1.2", ""},
