@@ -17,21 +17,21 @@ void ReportCrashes();
 /// The text of the line, put together without allocating: what is still safe in a crash.
 class CrashText {
  public:
-  void add(const char* text) {
-    while (*text) add(*text++);
+  void Add(const char* text) {
+    while (*text) Add(*text++);
   }
-  void add(char c) {
+  void Add(char c) {
     // The last place is the line end's.
     if (fLength < sizeof fText - 1) fText[fLength++] = c;
   }
   /// "0x" and the digits, no zeros in front.
-  void addHex(uint64_t number) {
-    add("0x");
+  void AddHex(uint64_t number) {
+    Add("0x");
     int shift = 60;
     while (shift > 0 && number >> shift == 0) shift -= 4;
-    for (; shift >= 0; shift -= 4) add("0123456789abcdef"[(number >> shift) & 0xF]);
+    for (; shift >= 0; shift -= 4) Add("0123456789abcdef"[(number >> shift) & 0xF]);
   }
-  void endLine() { fText[fLength++] = '\n'; }
+  void EndLine() { fText[fLength++] = '\n'; }
 
   const char* data() const { return fText; }
   size_t size() const { return fLength; }

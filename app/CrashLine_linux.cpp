@@ -52,7 +52,7 @@ class MapsReader {
   MapsReader& operator=(const MapsReader&) = delete;
 
   /// "start-end perms offset device inode   path"; false at the end.
-  bool next(Mapping& mapping) {
+  bool Next(Mapping& mapping) {
     char c = 0;
     if (!readHex(mapping.start, c) || !readHex(mapping.end, c)) return false;
     mapping.executable = false;
@@ -99,8 +99,8 @@ class MapsReader {
 bool isRuntime(const char* path) {
   const char* slash = std::strrchr(path, '/');
   const char* name = slash ? slash + 1 : path;
-  for (const char* runtime : {"libc.", "libc-", "ld-linux", "ld-", "libpthread", "libstdc++",
-                              "libgcc_s", "libm.", "libasan."})
+  for (const char* runtime :
+       {"libc.", "libc-", "ld-", "libpthread", "libstdc++", "libgcc_s", "libm.", "libasan."})
     if (std::strncmp(name, runtime, std::strlen(runtime)) == 0) return true;
   return false;
 }
@@ -136,7 +136,7 @@ void findCulprit(const uintptr_t* addresses, size_t count, Culprit& culprit) {
   static char path[sizeof mapping.path];
   uintptr_t base = 0;
   MapsReader maps;
-  while (maps.next(mapping)) {
+  while (maps.Next(mapping)) {
     if (std::strcmp(mapping.path, path) != 0) {
       std::strcpy(path, mapping.path);
       base = mapping.start;
@@ -168,16 +168,16 @@ void writeLine(int number, const void* context) {
   const size_t words = copied > 0 ? static_cast<size_t>(copied) / sizeof *addresses : 0;
   findCulprit(addresses, 1 + words, culprit);
 
-  text.add("crash: ");
+  text.Add("crash: ");
   for (const FatalSignal& fatal : kFatalSignals)
-    if (fatal.number == number) text.add(fatal.name);
-  text.add(" in ");
-  text.add(culprit.path);
+    if (fatal.number == number) text.Add(fatal.name);
+  text.Add(" in ");
+  text.Add(culprit.path);
   if (culprit.path[0] == '/') {
-    text.add('+');
-    text.addHex(culprit.offset);
+    text.Add('+');
+    text.AddHex(culprit.offset);
   }
-  text.endLine();
+  text.EndLine();
   while (write(failures, text.data(), text.size()) == -1 && errno == EINTR) {
   }
 }

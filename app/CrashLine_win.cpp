@@ -90,13 +90,13 @@ void addPath(CrashText& text, const wchar_t* path) {
     const wchar_t* device = deviceOfDrive[drive];
     const size_t length = wcslen(device);
     if (length == 0 || wcsncmp(path, device, length) != 0 || path[length] != L'\\') continue;
-    text.add(static_cast<char>('A' + drive));
-    text.add(':');
+    text.Add(static_cast<char>('A' + drive));
+    text.Add(':');
     path += length;
     break;
   }
   if (WideCharToMultiByte(CP_UTF8, 0, path, -1, bytes, sizeof bytes, nullptr, nullptr))
-    text.add(bytes);
+    text.Add(bytes);
 }
 
 HANDLE failures = nullptr;
@@ -114,18 +114,18 @@ void writeLine(DWORD code, uintptr_t counter, uintptr_t stack) {
     return;
   }
   const uintptr_t address = findCulprit(counter, stack, module);
-  text.add("crash: 0x");
-  for (int shift = 28; shift >= 0; shift -= 4) text.add("0123456789ABCDEF"[(code >> shift) & 0xF]);
-  text.add(" in ");
+  text.Add("crash: 0x");
+  for (int shift = 28; shift >= 0; shift -= 4) text.Add("0123456789ABCDEF"[(code >> shift) & 0xF]);
+  text.Add(" in ");
   if (module.found) {
     addPath(text, module.path);
-    text.add('+');
-    text.addHex(address - module.base);
+    text.Add('+');
+    text.AddHex(address - module.base);
   } else {
-    text.add('?');
+    text.Add('?');
   }
-  text.add('\r');
-  text.endLine();
+  text.Add('\r');
+  text.EndLine();
   DWORD written = 0;
   WriteFile(failures, text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
 }

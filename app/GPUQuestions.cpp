@@ -11,12 +11,12 @@
 
 namespace {
 
-constexpr int glFragmentProgramARB = 0x8804;
+constexpr int kGLFragmentProgramARB = 0x8804;
 
 LogChannel delayChannel{"GPUSnifferOCLDelay", 0};
 
 // Spins, as a driver that hangs would: hosts test their patience with it.
-void DelayOCL() {
+void delayOCL() {
   const int seconds = channelLevel(delayChannel);
   if (seconds <= 0) return;
   const double end = nowSeconds() + seconds;
@@ -24,7 +24,7 @@ void DelayOCL() {
   }
 }
 
-std::string NumberKey(const std::string& name) {
+std::string numberKey(const std::string& name) {
   return "gputag." + name;
 }
 
@@ -47,6 +47,9 @@ void GPUSnifferTester::DoRunCLTests() {
 void GPUSnifferTester::DoRunNativeTests() {
   RunTests(fNativeGPUs, TestFunc<GPUSnifferTester, NativeGPU>(&GPUSnifferTester::DoRunNativeName));
 }
+
+// Testers of hosts override these operations, which take their tag by value.
+// NOLINTBEGIN(performance-unnecessary-value-param)
 
 void GPUSnifferTester::DoRunGLVersion(std::string tag, GLGPU& gpu) {
   Ask(tag, "GLVersion", [&] { return gpu.Version(); });
@@ -155,7 +158,7 @@ void GPUSnifferTester::DoRunCLBandwidth(std::string tag, CLGPU& gpu) {
     scope.emplace("GPUSnifferTester::DoRunCLBandwidth", __FILE__, __LINE__);
   }
   Ask(tag, "CLBandwidth", [&] {
-    DelayOCL();
+    delayOCL();
     return gpu.Bandwidth();
   });
 }
@@ -167,7 +170,7 @@ void GPUSnifferTester::DoRunNativeName(std::string tag, NativeGPU& gpu) {
 void GPUSnifferTester::DoRunGLGetString(std::string tag, GLGPU& gpu, const char* name,
                                         uint32_t enumerant) {
   AskWithoutStep(tag, std::string("glGetString[") + name + "]", [&] {
-    WriteLine(NumberKey(name), enumerant);
+    WriteLine(numberKey(name), enumerant);
     return gpu.GetString(enumerant);
   });
 }
@@ -175,7 +178,7 @@ void GPUSnifferTester::DoRunGLGetString(std::string tag, GLGPU& gpu, const char*
 void GPUSnifferTester::DoRunGLGetIntegerv(std::string tag, GLGPU& gpu, const char* name,
                                           int32_t enumerant, uint64_t count) {
   Ask(tag, std::string("glGetIntegerv[") + name + "]", [&] {
-    WriteLine(NumberKey(name), enumerant);
+    WriteLine(numberKey(name), enumerant);
     std::vector<int> values(count);
     gpu.GetIntegerv(static_cast<uint32_t>(enumerant), values.data());
     return values;
@@ -185,10 +188,10 @@ void GPUSnifferTester::DoRunGLGetIntegerv(std::string tag, GLGPU& gpu, const cha
 void GPUSnifferTester::DoRunGLGetProgramivARB(std::string tag, GLGPU& gpu, const char* name,
                                               int32_t enumerant, uint64_t count) {
   Ask(tag, std::string("glGetProgramivARB[GL_FRAGMENT_PROGRAM_ARB][") + name + "]", [&] {
-    WriteLine(NumberKey("GL_FRAGMENT_PROGRAM_ARB"), glFragmentProgramARB);
-    WriteLine(NumberKey(name), enumerant);
+    WriteLine(numberKey("GL_FRAGMENT_PROGRAM_ARB"), kGLFragmentProgramARB);
+    WriteLine(numberKey(name), enumerant);
     std::vector<int> values(count);
-    gpu.GetProgramivARB(glFragmentProgramARB, static_cast<uint32_t>(enumerant), values.data());
+    gpu.GetProgramivARB(kGLFragmentProgramARB, static_cast<uint32_t>(enumerant), values.data());
     return values;
   });
 }
@@ -196,10 +199,12 @@ void GPUSnifferTester::DoRunGLGetProgramivARB(std::string tag, GLGPU& gpu, const
 void GPUSnifferTester::DoRunExtension(std::string tag, GLGPU& gpu, const char* name,
                                       uint32_t extension) {
   Ask(tag, std::string("extension[") + name + "]", [&] {
-    WriteLine(NumberKey(name), extension);
+    WriteLine(numberKey(name), extension);
     return gpu.IsExtensionSupported(extension);
   });
 }
+
+// NOLINTEND(performance-unnecessary-value-param)
 
 void GLStringTest::run(GPUSnifferTester& tester, const TaggedGPU& gpu) const {
   tester.DoRunGLGetString(gpu.first, RecordOf<GLGPU>(gpu), fName, fEnumerant);

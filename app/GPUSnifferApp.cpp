@@ -15,17 +15,13 @@
 
 namespace {
 
-bool IsDeviceWanted(const ZOR::OGL::DisplayDeviceKey& key) {
+bool isDeviceWanted(const ZOR::OGL::DisplayDeviceKey& key) {
   const std::string& name = key.deviceName.empty() ? key.deviceString : key.deviceName;
-  return hostSwitches().AdmitsPart(name, key.displayID);
+  return ActiveSwitches().AdmitsPart(name, key.displayID);
 }
 
 // Made while there is memory.
-const std::string noMemory = "exception: std::bad_alloc";
-
-std::string OrNull(const char* text) {
-  return text ? text : "<NULL>";
-}
+const std::string kNoMemory = "exception: std::bad_alloc";
 
 }  // namespace
 
@@ -33,9 +29,10 @@ std::string CurrentFailureText() {
   try {
     throw;
   } catch (const ZOR::LogicalException& failure) {
-    return "ZOR::LogicalException: " + OrNull(failure.message());
+    return std::string("ZOR::LogicalException: ") + failure.what();
   } catch (const std::exception& failure) {
-    return "exception: " + OrNull(failure.what());
+    const char* text = failure.what();
+    return std::string("exception: ") + (text ? text : "<NULL>");
   } catch (...) {
     return "unknown exception";
   }
@@ -44,7 +41,7 @@ std::string CurrentFailureText() {
 GPUSnifferApp::GPUSnifferApp() = default;
 
 GPUSnifferApp::~GPUSnifferApp() {
-  hostSwitches() = {};
+  ActiveSwitches() = {};
   ZOR::OGL::deviceFilter = nullptr;
 }
 
@@ -77,7 +74,7 @@ void GPUSnifferApp::TellFailure() {
   try {
     DoStderr(CurrentFailureText());
   } catch (...) {
-    DoStderr(noMemory);
+    DoStderr(kNoMemory);
   }
 }
 
@@ -105,27 +102,27 @@ void GPUSnifferApp::guard(const Action& action) {
 
 int GPUSnifferApp::Run(ArgumentList& arguments) {
   fExitCode = 0;
-  guard([&] { RunUnguarded(arguments); });
+  guard([&] { runUnguarded(arguments); });
   HangBeforeExit(fHang);
   // A driver may not survive the end of its contexts; a host wants to know that all was answered.
-  guard([] { hostSwitches().Announce("release"); });
+  guard([] { ActiveSwitches().Announce("release"); });
   return fExitCode;
 }
 
-void GPUSnifferApp::ReadHostSwitches() {
+void GPUSnifferApp::readHostSwitches() {
   const auto variable = [](const char* name) {
     const char* value = std::getenv(name);
     return std::string(value ? value : "");
   };
   const std::string announce = variable("GPUPROBE_ANNOUNCE");
-  hostSwitches() = HostSwitches(variable("GPUPROBE_SKIP"), !announce.empty() && announce != "0",
-                                [this](const std::string& text) { DoComment(text); });
-  if (hostSwitches().Steer()) ZOR::OGL::deviceFilter = IsDeviceWanted;
-  for (const std::string& name : hostSwitches().UnknownNames())
+  ActiveSwitches() = HostSwitches(variable("GPUPROBE_SKIP"), !announce.empty() && announce != "0",
+                                  [this](const std::string& text) { DoComment(text); });
+  if (ActiveSwitches().Steer()) ZOR::OGL::deviceFilter = isDeviceWanted;
+  for (const std::string& name : ActiveSwitches().UnknownNames())
     DoStderr("GPUPROBE_SKIP: nothing is called " + name);
 }
 
-void GPUSnifferApp::RunUnguarded(ArgumentList& arguments) {
+void GPUSnifferApp::runUnguarded(ArgumentList& arguments) {
   InitLogging();
   if (!fLogger) fLogger = CreateLogger();
   Init();
@@ -138,7 +135,7 @@ void GPUSnifferApp::RunUnguarded(ArgumentList& arguments) {
   ParseArgs(arguments);
   if (!arguments.empty()) throw UsageException();
 
-  ReadHostSwitches();
+  readHostSwitches();
   // Only now is the last -verbose= known.
   channelLevel(gpuSnifferChannel) = fVerbose;
   const boost::shared_ptr<GPUSnifferTester> tester = GetTester();

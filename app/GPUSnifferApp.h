@@ -101,13 +101,13 @@ class GPUSnifferApp : public GPUSnifferAppAndHost {
  private:
   struct Option;
   /// All options but -help, in the order of the usage text.
-  static const std::vector<Option>& Options();
+  static const std::vector<Option>& options();
 
   /// Takes GPUPROBE_SKIP and GPUPROBE_ANNOUNCE from the environment; names that mean nothing are
   /// told on standard error.
-  void ReadHostSwitches();
+  void readHostSwitches();
   /// The options and the probing, which may throw.
-  void RunUnguarded(ArgumentList& arguments);
+  void runUnguarded(ArgumentList& arguments);
   /// Does it; an exception of it becomes a line and an exit code.
   template <class Action>
   void guard(const Action& action);

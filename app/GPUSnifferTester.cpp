@@ -16,13 +16,13 @@ void GPUSnifferTester::Run() {
   DoRunTesterName();
   DoRunEvent("snifferStart");
   DoRunZORCoreInitialize();
-  if (AdmitsAPI("OpenGL", 3)) {
+  if (admitsAPI("OpenGL", 3)) {
     DoRunZOROGLInitialize();
     DoRunOGLContextCreated();
     DoRunGLGPUs();
     DoRunGLTests();
   }
-  if (AdmitsAPI("OpenCL", 1)) DoRunZOROCLInitialize();
+  if (admitsAPI("OpenCL", 1)) DoRunZOROCLInitialize();
   // Without OpenCL the report has no line about it: a count of 0 means that it found no device.
   if (fOCLAvailable) {
     DoRunCLGPUs();
@@ -34,15 +34,15 @@ void GPUSnifferTester::Run() {
   Step();
 }
 
-bool GPUSnifferTester::AdmitsAPI(const char* api, int stages) {
-  if (hostSwitches().AdmitsAPI(api)) return true;
+bool GPUSnifferTester::admitsAPI(const char* api, int stages) {
+  if (ActiveSwitches().AdmitsAPI(api)) return true;
   for (; stages > 0; --stages) Step();
   return false;
 }
 
 void GPUSnifferTester::DoRunTesterName() {}
 
-void GPUSnifferTester::Initialize(const char* key, const char* failureText, void (*action)()) {
+void GPUSnifferTester::initialize(const char* key, const char* failureText, void (*action)()) {
   bool ok = false;
   try {
     action();
@@ -54,25 +54,25 @@ void GPUSnifferTester::Initialize(const char* key, const char* failureText, void
 }
 
 void GPUSnifferTester::DoRunZORCoreInitialize() {
-  Initialize("ZORCoreInitialized", "ZOR::Core::Library::initialize() failed",
+  initialize("ZORCoreInitialized", "ZOR::Core::Library::initialize() failed",
              [] { ZOR::Core::Library::Initialize(); });
 }
 
 void GPUSnifferTester::DoRunZOROGLInitialize() {
-  hostSwitches().BeginStage("ZOROGLInitialized");
-  Initialize("ZOROGLInitialized", "ZOR::OGL::Library::initialize() failed",
+  ActiveSwitches().BeginStage("ZOROGLInitialized");
+  initialize("ZOROGLInitialized", "ZOR::OGL::Library::initialize() failed",
              [] { ZOR::OGL::Library::Initialize(ZOR::OGL::Library::InitOptions()); });
 }
 
 void GPUSnifferTester::DoRunOGLContextCreated() {
-  hostSwitches().BeginStage("OGLContextCreated");
-  Initialize("OGLContextCreated", "Cannot create default ContextOffscreen", [] {
+  ActiveSwitches().BeginStage("OGLContextCreated");
+  initialize("OGLContextCreated", "Cannot create default ContextOffscreen", [] {
     const ZOR::OGL::ContextOffscreen context(ZOR::OGL::Context::PrimaryDisplayDevice());
   });
 }
 
 void GPUSnifferTester::DoRunZOROCLInitialize() {
-  hostSwitches().BeginStage("ZOROCLInitialized");
+  ActiveSwitches().BeginStage("ZOROCLInitialized");
   std::string reason;
   // Its absence is no failure, so nobody is told the reason.
   fOCLAvailable = ZOR::OCL::Library::IsOpenCLAvailable(reason);
@@ -81,7 +81,7 @@ void GPUSnifferTester::DoRunZOROCLInitialize() {
   ZOR::OCL::Library::Initialize();
 }
 
-TaggedGPUList GPUSnifferTester::ListGPUs(const char* key, const std::string& kind,
+TaggedGPUList GPUSnifferTester::listGPUs(const char* key, const std::string& kind,
                                          const GPUList& gpus) {
   WriteLine(key, static_cast<unsigned>(gpus.size()));
   TaggedGPUList list;
@@ -92,19 +92,19 @@ TaggedGPUList GPUSnifferTester::ListGPUs(const char* key, const std::string& kin
 }
 
 void GPUSnifferTester::DoRunGLGPUs() {
-  hostSwitches().BeginStage("NumGLGPUs");
-  fGLGPUs = ListGPUs("NumGLGPUs", "glgpu", MakeGPUImpl()->DoGetGPUs());
+  ActiveSwitches().BeginStage("NumGLGPUs");
+  fGLGPUs = listGPUs("NumGLGPUs", "glgpu", MakeGPUImpl()->DoGetGPUs());
   Step();
 }
 
 void GPUSnifferTester::DoRunCLGPUs() {
-  hostSwitches().BeginStage("NumCLGPUs");
-  fCLGPUs = ListGPUs("NumCLGPUs", "clgpu", MakeGPUImpl()->DoGetCLGPUs());
+  ActiveSwitches().BeginStage("NumCLGPUs");
+  fCLGPUs = listGPUs("NumCLGPUs", "clgpu", MakeGPUImpl()->DoGetCLGPUs());
   Step();
 }
 
 void GPUSnifferTester::DoRunNativeGPUs() {
-  fNativeGPUs = ListGPUs("NumNativeGPUs", "nativegpu", MakeGPUImpl()->DoGetNativeGPUs());
+  fNativeGPUs = listGPUs("NumNativeGPUs", "nativegpu", MakeGPUImpl()->DoGetNativeGPUs());
   Step();
 }
 

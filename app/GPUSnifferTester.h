@@ -126,7 +126,7 @@ class GPUSnifferTester : public GPUSnifferAppAndHost {
   }
   template <class Question>
   void AskWithoutStep(const std::string& tag, const std::string& key, const Question& question) {
-    if (hostSwitches().AdmitsQuestion(tag, key)) WriteLine(tag + "." + key, question());
+    if (ActiveSwitches().AdmitsQuestion(tag, key)) WriteLine(tag + "." + key, question());
   }
 
   bool fOCLAvailable = false;
@@ -141,9 +141,9 @@ class GPUSnifferTester : public GPUSnifferAppAndHost {
 
  private:
   /// Whether an API is to be asked at all; where it is not, the steps of its stages are taken.
-  bool AdmitsAPI(const char* api, int stages);
+  bool admitsAPI(const char* api, int stages);
   /// Does one stage's action and answers whether it went through.
-  void Initialize(const char* key, const char* failureText, void (*action)());
+  void initialize(const char* key, const char* failureText, void (*action)());
   /// Writes how many there are and gives each its tag.
-  TaggedGPUList ListGPUs(const char* key, const std::string& kind, const GPUList& gpus);
+  TaggedGPUList listGPUs(const char* key, const std::string& kind, const GPUList& gpus);
 };

@@ -31,6 +31,7 @@ void MyTester::DoRunCLTests() {
   RunTests(fCLGPUs, TestFunc<MyTester, CLGPU>(&MyTester::DoRunCLCompute));
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): as all of these operations take it
 void MyTester::DoRunCLCompute(std::string tag, CLGPU& gpu) {
   Ask(tag, "CLCompute", [&] { return gpu.Impl().DoGetCLCompute(); });
 }

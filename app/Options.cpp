@@ -11,7 +11,7 @@
 namespace {
 
 // As a 32-bit long, whatever the platform's own is. Text without digits is 0: hosts rely on it.
-int32_t ParseInteger(const std::string& text) {
+int32_t parseInteger(const std::string& text) {
   char* end = nullptr;
   const long number = std::strtol(text.c_str(), &end, 0);
   if (!end) throw std::runtime_error("bad integer: \"" + text + "\"");
@@ -20,11 +20,11 @@ int32_t ParseInteger(const std::string& text) {
 }
 
 // -1 becomes all ones, which is never.
-uint32_t ParseThreshold(const std::string& text) {
-  return static_cast<uint32_t>(ParseInteger(text));
+uint32_t parseThreshold(const std::string& text) {
+  return static_cast<uint32_t>(parseInteger(text));
 }
 
-std::string WithoutQuotes(const std::string& text) {
+std::string withoutQuotes(const std::string& text) {
   const bool quoted = text.size() > 1 && text.front() == '"' && text.back() == '"';
   return quoted ? text.substr(1, text.size() - 2) : text;
 }
@@ -38,18 +38,18 @@ struct GPUSnifferApp::Option {
   void (*apply)(GPUSnifferApp& app, const std::string& value);
 };
 
-const std::vector<GPUSnifferApp::Option>& GPUSnifferApp::Options() {
+const std::vector<GPUSnifferApp::Option>& GPUSnifferApp::options() {
   using App = GPUSnifferApp;
   using Text = std::string;
   static const std::vector<Option> options = {
       {"crashAfter", "N {GPUSnifferTester should crash after N steps}",
        [](App& app, const Text& value) {
-         app.fCrashAfter = ParseThreshold(value);
+         app.fCrashAfter = parseThreshold(value);
          if (app.fTester) app.fTester->SetCrashAfter(app.fCrashAfter);
        }},
       {"throwAfter", "N {GPUSnifferTester should throw after N steps}",
        [](App& app, const Text& value) {
-         app.fThrowAfter = ParseThreshold(value);
+         app.fThrowAfter = parseThreshold(value);
          if (app.fTester) app.fTester->SetThrowAfter(app.fThrowAfter);
        }},
       {"app", "SomeApp {specify name of host app}",
@@ -59,25 +59,25 @@ const std::vector<GPUSnifferApp::Option>& GPUSnifferApp::Options() {
       {"stderr", "line_of_stderr {puts the line to stderr as-is}",
        [](App& app, const Text& value) { app.DoStderr(value); }},
       {"exit", "N {app should exit with N}",
-       [](App& app, const Text& value) { app.fExitCode = ParseInteger(value); }},
+       [](App& app, const Text& value) { app.fExitCode = parseInteger(value); }},
       {"verbose", "N {verbosity level}",
-       [](App& app, const Text& value) { app.fVerbose = ParseInteger(value); }},
+       [](App& app, const Text& value) { app.fVerbose = parseInteger(value); }},
       {"timeout", "N {Mac only, SIGALRM kills sniffer after N seconds, if not finished}",
        [](App& app, const Text& value) {
-         app.fTimeout = ParseInteger(value);
+         app.fTimeout = parseInteger(value);
          ArmTimeout(app.fTimeout);
        }},
       {"comment", "line_of_comment {outputs '# line_of_comment'}",
        [](App& app, const Text& value) { app.DoComment(value); }},
       {"hang", "N {before exit, sleep for N milliseconds}",
-       [](App& app, const Text& value) { app.fHang = ParseInteger(value); }},
+       [](App& app, const Text& value) { app.fHang = parseInteger(value); }},
   };
   return options;
 }
 
 void GPUSnifferApp::GetUsage(std::vector<std::string>& lines) {
   lines = {"usage: " + fUsageName, "    -help {show this message}"};
-  for (const Option& option : Options()) {
+  for (const Option& option : options()) {
     lines.push_back("    -" + option.name + "=" + option.usage);
   }
 }
@@ -101,11 +101,11 @@ bool GPUSnifferApp::HandleArg(const std::string& argument) {
     if (text == "help") throw UsageException();
     return false;
   }
-  return HandleOption(text.substr(0, equals), WithoutQuotes(text.substr(equals + 1)));
+  return HandleOption(text.substr(0, equals), withoutQuotes(text.substr(equals + 1)));
 }
 
 bool GPUSnifferApp::HandleOption(const std::string& name, const std::string& value) {
-  for (const Option& option : Options()) {
+  for (const Option& option : options()) {
     if (option.name != name) continue;
     option.apply(*this, value);
     return true;

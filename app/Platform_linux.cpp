@@ -20,7 +20,7 @@ namespace {
 
 // A driver's file that lands on a closed standard descriptor would get our report. The filler is
 // opened the wrong way round, so that using the closed stream still fails as it did.
-void FillClosedDescriptors() {
+void fillClosedDescriptors() {
   for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
     if (fcntl(descriptor, F_GETFD) != -1 || errno != EBADF) continue;
     // The lower ones are open by now, so this one is what open() gives.
@@ -30,7 +30,7 @@ void FillClosedDescriptors() {
 
 // Warnings that a host would take for failures of ours. Whoever wants them sets the level himself.
 // https://docs.mesa3d.org/envvars.html
-void QuietDrivers() {
+void quietDrivers() {
   setenv("EGL_LOG_LEVEL", "fatal", 0);
   setenv("LIBGL_DEBUG", "quiet", 0);
 }
@@ -38,9 +38,9 @@ void QuietDrivers() {
 }  // namespace
 
 void PreparePlatform() {
-  FillClosedDescriptors();
+  fillClosedDescriptors();
   makeStreamsPrivate();
-  QuietDrivers();
+  quietDrivers();
   ReportCrashes();
   // A line that cannot be written is noticed by its failing write: a host that stops reading, or
   // a file that may not grow, must not change the exit code.

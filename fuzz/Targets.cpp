@@ -33,11 +33,11 @@ void FuzzGLVersions(const std::string& text) {
 }
 
 void FuzzPCIIDs(const std::string& text) {
-  const std::string name = PCINames(text).name(0x1002, 0x73FF);
+  const std::string name = PCINames(text).Name(0x1002, 0x73FF);
   promise(name.find_first_of("\n\t") == std::string::npos, "a name is of one line");
   promise(name.empty() || text.find("1002  ") != text.npos, "a name has its number");
   // Whatever follows the last line end changes no name.
-  promise(PCINames(text.substr(0, text.rfind('\n') + 1)).name(0x1002, 0x73FF) == name,
+  promise(PCINames(text.substr(0, text.rfind('\n') + 1)).Name(0x1002, 0x73FF) == name,
           "a cut line is not read");
 }
 

@@ -18,11 +18,11 @@ GLExtensionScope::GLExtensionScope(const boost::shared_ptr<ZOR::OGL::Context>& c
     ReportFailure("<NULL>", 0, "ZOR::OGL::ExtensionManager::Instance() returned NULL", false);
 }
 
-bool GLExtensionScope::isSupported(unsigned extension) const {
+bool GLExtensionScope::IsSupported(unsigned extension) const {
   return fExtensions && fExtensions->isSupported(extension);
 }
 
-bool GLExtensionScope::isListed(std::string_view name) const {
+bool GLExtensionScope::IsListed(std::string_view name) const {
   return fExtensions && fExtensions->isListed(name);
 }
 
@@ -72,7 +72,7 @@ uint64_t ListedGLMemoryBytes(GPUImpl& impl, const boost::shared_ptr<ZOR::OGL::Co
   constexpr uint64_t kMaxBytes = uint64_t{1} << 50;
   uint64_t largest = 0;
   for (const MemoryQuery& query : kQueries) {
-    if (!GLExtensionScope(context).isListed(query.extension)) continue;
+    if (!GLExtensionScope(context).IsListed(query.extension)) continue;
     const uint64_t bytes = askBytes(impl, query, operation, query.extension);
     if (bytes < kMaxBytes) largest = std::max(largest, bytes);
   }

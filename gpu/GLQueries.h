@@ -27,9 +27,9 @@ class GLExtensionScope : public GLContextScope {
 
   // False for everything when the extension set is missing.
   /// By the report's number.
-  bool isSupported(unsigned extension) const;
+  bool IsSupported(unsigned extension) const;
   /// By the extension's own name.
-  bool isListed(std::string_view name) const;
+  bool IsListed(std::string_view name) const;
 
  private:
   const ZOR::OGL::ExtensionManager* fExtensions;

@@ -52,7 +52,7 @@ class GPUImplHardware : public GPUImpl {
 
  protected:
   /// A driver's text as a string; null is empty.
-  std::string glText(unsigned name);
+  std::string GLText(unsigned name);
 
  private:
   /// Best rate of at most ten batches of copies, in bytes per second; 0.0 when no batch gave a

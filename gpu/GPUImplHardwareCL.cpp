@@ -56,10 +56,10 @@ std::string nameOf(const Platform& platform) {
 
 /// The name is one more call of the driver, so it is asked for only where a host steers the run.
 bool isWanted(const Platform& platform) {
-  if (!hostSwitches().Steer()) return true;
+  if (!ActiveSwitches().Steer()) return true;
   std::ostringstream identity;
   identity << platform.handle();
-  return hostSwitches().AdmitsPart(nameOf(platform), identity.str());
+  return ActiveSwitches().AdmitsPart(nameOf(platform), identity.str());
 }
 
 /// A driver that can't list its devices, for want of its kernel module for example, costs its own

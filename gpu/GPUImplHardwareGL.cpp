@@ -35,22 +35,22 @@ std::string GPUImplHardware::DoGetGLVersion() {
   for (auto asked = std::rbegin(ZOR::OGL::kVersions); asked != std::rend(ZOR::OGL::kVersions);
        ++asked) {
     const auto& [major, minor, release] = asked->version;
-    if (release == 0 && scope.isSupported(asked->number))
+    if (release == 0 && scope.IsSupported(asked->number))
       return std::to_string(major) + '.' + std::to_string(minor);
   }
   throw std::runtime_error("Cannot determine OGL version");
 }
 
-std::string GPUImplHardware::glText(unsigned name) {
+std::string GPUImplHardware::GLText(unsigned name) {
   return ZOR::Core::TextOrEmpty(DoGLGetString(name));
 }
 
 std::string GPUImplHardware::DoGetGLVendor() {
-  return glText(GL_VENDOR);
+  return GLText(GL_VENDOR);
 }
 
 std::string GPUImplHardware::DoGetGLRenderer() {
-  return glText(GL_RENDERER);
+  return GLText(GL_RENDERER);
 }
 
 unsigned GPUImplHardware::DoGetGLRectTextureSize() {
@@ -105,5 +105,5 @@ void GPUImplHardware::DoGLGetProgramivARB(unsigned target, unsigned code, int* o
 }
 
 bool GPUImplHardware::DoGLIsExtensionSupported(unsigned extension) {
-  return GLExtensionScope(glContext).isSupported(extension);
+  return GLExtensionScope(glContext).IsSupported(extension);
 }

@@ -105,7 +105,7 @@ void HostSwitches::Announce(const std::string& name) const {
   if (fAnnounce) fComment("asking " + name);
 }
 
-HostSwitches& hostSwitches() {
+HostSwitches& ActiveSwitches() {
   static HostSwitches switches;
   return switches;
 }

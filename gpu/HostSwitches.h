@@ -47,4 +47,4 @@ class HostSwitches {
 };
 
 /// Those of the process; the application sets them before anything is asked.
-HostSwitches& hostSwitches();
+HostSwitches& ActiveSwitches();

@@ -21,7 +21,7 @@ using Adapters = std::vector<const DRMData*>;  // one per device, null where it 
 const DRMData* findByNode(const std::string& deviceName, const std::vector<DRMData>& adapters) {
   const std::string node = NodeOfDeviceName(deviceName);
   const auto found = std::find_if(adapters.begin(), adapters.end(), [&](const DRMData& adapter) {
-    return adapter.Desc().hasNode(node);
+    return adapter.Desc().HasNode(node);
   });
   return found == adapters.end() ? nullptr : &*found;
 }
@@ -43,6 +43,7 @@ Adapters findLeftOver(const std::vector<JoinDevice>& devices, const Adapters& kn
   return leftOver;
 }
 
+// With two of either a guess would give one card the other's name and memory.
 void joinByElimination(const std::vector<JoinDevice>& devices, Adapters& known,
                        const std::vector<DRMData>& adapters) {
   const auto count = std::count_if(devices.begin(), devices.end(), isNVIDIAWithoutNode);
@@ -61,6 +62,7 @@ std::vector<NodeAccess> checkNodes(const path& root, const std::vector<std::stri
   std::vector<NodeAccess> accesses;
   for (const std::string& node : nodes) {
     const path file = root / "dev/dri" / node;
+    // Asked, not opened: opening a node may wake the card.
     const int error = access(file.c_str(), R_OK | W_OK) == 0 ? 0 : errno;
     accesses.push_back({file, error});
   }
@@ -122,7 +124,7 @@ std::string UnusedReason(const DRMAdapterDesc& desc, const std::vector<NodeAcces
   else if (last.error != 0)
     reason = last.file + ": " + std::generic_category().message(last.error);
   for (const FailedDevice& failure : failures)
-    if (desc.hasNode(NodeOfDeviceName(failure.deviceName)))
+    if (desc.HasNode(NodeOfDeviceName(failure.deviceName)))
       return reason + (reason.empty() ? "" : ", ") + failure.reason;
   return reason.empty() ? "EGL lists no device for it" : reason;
 }

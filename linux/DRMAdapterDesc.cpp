@@ -128,7 +128,7 @@ const char* busName(AdapterBus bus) {
 
 }  // namespace
 
-bool DRMAdapterDesc::hasNode(std::string_view node) const {
+bool DRMAdapterDesc::HasNode(std::string_view node) const {
   return std::find(nodes.begin(), nodes.end(), node) != nodes.end();
 }
 

@@ -32,7 +32,7 @@ struct DRMAdapterDesc {
   uint64_t ownMemoryWindow = 0;
   std::string name;
 
-  bool hasNode(std::string_view node) const;
+  bool HasNode(std::string_view node) const;
 };
 
 /// Reads the device folder of an adapter (without nodes and name). Wakes nothing: a device that is

@@ -61,6 +61,7 @@ void sortByRank(std::vector<DRMData>& adapters) {
             [](const DRMData& a, const DRMData& b) { return rank(a.Desc()) < rank(b.Desc()); });
 }
 
+/// By the class code's first byte.
 bool isDisplay(const path& device) {
   constexpr uint64_t kDisplayClass = 0x03;
   constexpr uint64_t kMaxClass = 0xFFFFFF;

@@ -60,6 +60,7 @@ void GPUImplLinux::findGPUs(GPUList& gpus) const {
   DisplayContexts devices = CreateDisplayContexts(logDevice);
   std::vector<DRMData> adapters = DRMData::GetAllDevices(fRoot);
   Impls impls = makeImpls(devices.contexts);
+  // Mesa lists its software device beside the hardware ones, and it answers on every machine.
   const auto software = std::stable_partition(impls.begin(), impls.end(),
                                               [](const auto& impl) { return !impl->fSoftware; });
   if (software != impls.begin()) {
@@ -70,6 +71,7 @@ void GPUImplLinux::findGPUs(GPUList& gpus) const {
     for (const auto& impl : impls)
       devices.failures.push_back({impl->fDeviceName, "its context draws in software"});
     LogUnusedHardware(fRoot, adapters, devices.failures);
+    // They would all be the same processor.
     if (impls.size() > 1) impls.resize(1);
   }
   for (const auto& impl : impls) gpus.push_back(boost::make_shared<GLGPU>(impl));
@@ -101,6 +103,7 @@ void GPUImplLinux::joinAdapters(Impls& hardware, std::vector<DRMData>& adapters)
   nameAndLog(adapters);
   Impls joined;
   for (const AdapterJoin& join : JoinDevices(devices, adapters)) {
+    // Without an adapter OpenGL's own answers are still true; the identifiers stay 0.
     joined.push_back(hardware[join.device]);
     if (join.adapter) joined.back()->fAdapter = *join.adapter;
   }
@@ -122,7 +125,7 @@ bool GPUImplLinux::drawsInSoftware() {
 
 bool GPUImplLinux::hasNVIDIADriver() {
   try {
-    return IsNVIDIADriver(glText(kGLVendor));
+    return IsNVIDIADriver(GLText(kGLVendor));
   } catch (const std::exception& e) {
     Diagnostic{}(fDeviceName, ": no vendor: ", e.what());
     return false;
@@ -144,7 +147,7 @@ std::string GPUImplLinux::DoGetGLName() {
 }
 
 std::string GPUImplLinux::DoGetGLDriverVersion() {
-  const std::string version = DriverVersionFromGLVersion(glText(kGLVersion));
+  const std::string version = DriverVersionFromGLVersion(GLText(kGLVersion));
   return version.empty() ? fAdapter.Desc().driverVersion : version;
 }
 

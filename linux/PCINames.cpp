@@ -14,6 +14,7 @@ using std::filesystem::path;
 namespace {
 
 constexpr const char* kFiles[] = {"usr/share/misc/pci.ids", "usr/share/hwdata/pci.ids"};
+/// Far beyond any name; a file without line ends must not end up in the report.
 constexpr size_t kMaxName = 1024;
 /// Several times the file of today.
 constexpr size_t kMaxFile = size_t{8} << 20;
@@ -65,7 +66,7 @@ PCINames::PCINames(std::string_view text) : fText("\n") {
   fText += text.substr(0, end);
 }
 
-std::string PCINames::name(uint32_t vendorID, uint32_t deviceID) {
+std::string PCINames::Name(uint32_t vendorID, uint32_t deviceID) {
   const std::string vendor = stringPrintf("\n%04x  ", vendorID);
   const std::string device = stringPrintf("\t%04x  ", deviceID);
   const void* const found = memmem(fText.data(), fText.size(), vendor.data(), vendor.size());
@@ -98,14 +99,16 @@ void NameAdapters(const path& root, std::vector<DRMData>& adapters) {
   if (std::all_of(adapters.begin(), adapters.end(),
                   [](const DRMData& adapter) { return adapter.GetVendorID() == 0; }))
     return;
+  // The first that can be read is the machine's; the other belongs to another distribution's
+  // layout.
   for (const char* file : kFiles) {
     const std::optional<std::string> text = readFile(root / file);
     if (!text) continue;
     PCINames names(*text);
     for (DRMData& adapter : adapters)
       if (adapter.GetVendorID() != 0)
-        adapter.SetName(names.name(adapter.GetVendorID(), adapter.GetDeviceID()));
-    if (!names.fault().empty()) Diagnostic{}((root / file).native(), ": ", names.fault());
+        adapter.SetName(names.Name(adapter.GetVendorID(), adapter.GetDeviceID()));
+    if (!names.Fault().empty()) Diagnostic{}((root / file).native(), ": ", names.Fault());
     return;
   }
 }

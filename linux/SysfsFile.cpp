@@ -39,8 +39,8 @@ class Descriptor {
   Descriptor(const Descriptor&) = delete;
   Descriptor& operator=(const Descriptor&) = delete;
 
-  int number() const { return fNumber; }
-  bool isRegularFile() const {
+  int Number() const { return fNumber; }
+  bool IsRegularFile() const {
     struct stat status = {};
     return fstat(fNumber, &status) == 0 && S_ISREG(status.st_mode);
   }
@@ -82,10 +82,10 @@ std::optional<uint64_t> ParseSysfsNumber(std::string_view text, uint64_t limit) 
 
 std::optional<std::string> ReadSysfsText(const std::filesystem::path& file) {
   const Descriptor descriptor(file);
-  if (descriptor.number() == -1) return complainOfError(file, errno);
-  if (!descriptor.isRegularFile()) return complain(file, "not a file");
+  if (descriptor.Number() == -1) return complainOfError(file, errno);
+  if (!descriptor.IsRegularFile()) return complain(file, "not a file");
   std::string text;
-  if (!readSome(descriptor.number(), text)) return complainOfError(file, errno);
+  if (!readSome(descriptor.Number(), text)) return complainOfError(file, errno);
   if (text.empty()) return complain(file, "empty");
   if (text.size() > kMaxFileSize) return complain(file, "too long");
   if (!std::all_of(text.begin(), text.end(), isText)) return complain(file, "not a text");
@@ -119,6 +119,7 @@ std::string ReadSysfsLinkName(const std::filesystem::path& link) {
   return std::filesystem::path(target, target + count).filename();
 }
 
+// The devices are told apart by their real folders, which lead to the bus they hang on.
 std::optional<std::filesystem::path> ResolveSysfsFolder(const std::filesystem::path& folder) {
   char resolved[PATH_MAX];
   if (!realpath(folder.c_str(), resolved)) return complainOfError(folder, errno);

@@ -7,17 +7,21 @@
 #include <string>
 #include <vector>
 
-/// A named group of log statements with one level; 0 silences it. One static record per group.
+/// A named group of log statements with one level; 0 silences it. One static record per group;
+/// those of equal names share the level.
 struct LogChannel {
   const char* name;
+  /// The level until somebody sets another.
   std::uint32_t defaultLevel;
   /// Place in the channel table; 0 until registered.
   std::atomic<std::int32_t> index{0};
 };
 
-/// Levels by channel name. Entry 0 belongs to no channel.
+/// Levels by channel name. Entry 0 belongs to no channel. Locks nothing: the process's own table is
+/// changed under the logging lock, while its levels may be read and set by any thread.
 class ChannelTable {
  public:
+  /// Room for that many channels, once and for all.
   explicit ChannelTable(std::size_t capacity) : fLevels(capacity + 1) {}
 
   /// The index of a name, which is entered with its default level when it is new; 0 when the table
@@ -30,6 +34,8 @@ class ChannelTable {
   std::vector<int> fLevels;
   std::map<std::string, int> fIndexes;
 };
+
+// The functions below are for any thread.
 
 /// Makes the process's channel table with room for that many channels. The first call decides;
 /// where none came first, every other function makes it with room for 1024.
@@ -45,7 +51,8 @@ extern std::atomic<int*> channelLevels;
 int& levelOfNewChannel(LogChannel& channel);
 }  // namespace logdetail
 
-/// The level of a channel, to read or to write. Channels that found the table full share one.
+/// The level of a channel, to read or to write; good for the lifetime of the process. Registers the
+/// channel at its first use. Channels that found the table full share one.
 inline int& channelLevel(LogChannel& channel) {
   const std::int32_t index = channel.index.load(std::memory_order_acquire);
   if (index == 0) return logdetail::levelOfNewChannel(channel);

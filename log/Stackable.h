@@ -10,6 +10,7 @@
 
 namespace nkutil {
 
+/// Gives the stacks' objects a destructor that can fail.
 class StackableBase {
  public:
   /// May throw: an object may need the one beneath it to close what it began.
@@ -18,7 +19,8 @@ class StackableBase {
 
 /// Objects that form one process-wide stack per T: T derives from Stackable<T>, stands on top from
 /// its construction on, and leaves from wherever it stands when it is destroyed. The stack owns
-/// none of them.
+/// none of them. Any thread may call any of this at any time, but a handle is good only as long as
+/// its object lives.
 template <class T>
 class Stackable : public StackableBase {
  public:

@@ -58,6 +58,7 @@ GPUList GPUImplWin::DoGetGPUs() {
   try {
     findGPUs(gpus);
   } catch (...) {
+    // The list is a stage, not a question: what leaves it would end the run, OpenCL's part with it.
     PrintDiagnostic(AdapterDiagnostic(962), "DoGetGPUs fails with exception");
   }
   return gpus;
@@ -81,6 +82,7 @@ void GPUImplWin::findGPUs(GPUList& gpus) {
   for (const auto& [name, impl] : impls) gpus.push_back(boost::make_shared<GLGPU>(impl));
 
   if (!gpus.empty() || contexts.empty()) return;
+  // A name that no service knows, as under a remote desktop: OpenGL can still answer for itself.
   AdapterDiagnostic(970)("successful context creation but no matching WMI or DXGI devices found");
   const auto impl = boost::make_shared<GPUImplWin>();
   impl->glContext = contexts.begin()->second;
@@ -98,6 +100,7 @@ void GPUImplWin::joinRecords(const std::vector<Record>& records, Record GPUImplW
       AdapterDiagnostic(line)("ZOR Device for ", service, " ", name, " not found");
       continue;
     }
+    // DXGI's record and the service's of one name are one GPU; of two of one kind the later stays.
     boost::shared_ptr<GPUImplWin>& impl = impls[name];
     if (!impl) {
       impl = boost::make_shared<GPUImplWin>();

@@ -31,19 +31,21 @@ void require(HRESULT result, const char* failure) {
   if (FAILED(result)) FailRequirement(failure);
 }
 
-/// What one enumeration holds open. Ends by close or by abandon.
+/// What one enumeration holds open. Ends by Close or by Abandon.
 struct Session {
   ComPtr<IDXGIFactory> factory;
   ComPtr<IWbemLocator> locator;
   ComPtr<IWbemServices> service;
   ComPtr<IEnumWbemClassObject> enumerator;
 
-  void open();
-  void close();
-  void abandon() noexcept;
+  void Open();
+  void Close();
+  void Abandon() noexcept;
 };
 
-void Session::open() {
+// The order is the log readers': each failure is known by its text, and what comes after it is not
+// even tried.
+void Session::Open() {
   require(windowsApi.CreateDXGIFactory(IID_PPV_ARGS(factory.ReleaseAndGetAddressOf())),
           "CreateDXGIFactory");
   require(windowsApi.CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), "CoInitializeEx");
@@ -54,6 +56,8 @@ void Session::open() {
   require(locator->ConnectServer(_bstr_t(L"ROOT\\CIMV2"), nullptr, nullptr, nullptr, 0, nullptr,
                                  nullptr, service.ReleaseAndGetAddressOf()),
           "pLoc->ConnectServer");
+  // Without it the service may take the calls for those of nobody and refuse them.
+  // https://learn.microsoft.com/windows/win32/wmisdk/setting-the-security-levels-on-a-wmi-connection
   require(windowsApi.CoSetProxyBlanket(service.Get(), RPC_C_AUTHN_WINNT, RPC_C_AUTHZ_NONE, nullptr,
                                        RPC_C_AUTHN_LEVEL_CALL, RPC_C_IMP_LEVEL_IMPERSONATE, nullptr,
                                        EOAC_NONE),
@@ -64,7 +68,8 @@ void Session::open() {
           "pSvc->ExecQuery");
 }
 
-void Session::close() {
+// COM's objects go before COM does; the factory is not one of its apartment's.
+void Session::Close() {
   enumerator.Reset();
   service.Reset();
   locator.Reset();
@@ -74,7 +79,7 @@ void Session::close() {
 
 // A failed service is not called again, not even to release it: the interfaces stay referenced
 // and COM stays initialised until the process ends.
-void Session::abandon() noexcept {
+void Session::Abandon() noexcept {
   enumerator.Detach();
   service.Detach();
   locator.Detach();
@@ -173,10 +178,10 @@ std::vector<WMIData> WMIData::GetAllDevices() {
   GuardedRead(
       "WMIData::GetAllDevices()", 241, 245,
       [&] {
-        session.open();
+        session.Open();
         readControllers(session, devices);
-        session.close();
+        session.Close();
       },
-      [&] { session.abandon(); });
+      [&] { session.Abandon(); });
   return devices;
 }

@@ -20,11 +20,13 @@ struct WindowsApi {
   decltype(&::GlobalMemoryStatusEx) GlobalMemoryStatusEx;
 };
 
-/// The system's own, unless replaced.
+/// The system's own, unless a test replaced them before the readers run. The readers call them on
+/// the thread that asks for the GPUs, and initialise COM for it where they need it.
 extern WindowsApi windowsApi;
 
 /// Runs a reader's work. Any exception ends here: it is logged as "<operation> exception", with
-/// ": " and its text when it has one, and abandon takes what the work has left open.
+/// ": " and its text when it has one (under textLine, else under plainLine), and abandon takes what
+/// the work has left open. Never throws, unless abandon does.
 template <class Work, class Abandon>
 void GuardedRead(const char* operation, int textLine, int plainLine, Work work, Abandon abandon) {
   try {

@@ -1,54 +1,11 @@
 #include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
-#include <cstdlib>
-
+#include "app/Platform.h"
 #include "tests/app/TestApp.h"
 #include "zor/core/Exceptions.h"
 
-size_t largestAllocation = SIZE_MAX;
-
-// A sanitizer has an allocator of its own.
-#ifndef __SANITIZE_ADDRESS__
-void* operator new(size_t size) {
-  void* const memory = size > largestAllocation ? nullptr : std::malloc(size);
-  return memory ? memory : throw std::bad_alloc();
-}
-void operator delete(void* memory) noexcept {
-  std::free(memory);
-}
-void operator delete(void* memory, size_t) noexcept {
-  std::free(memory);
-}
-#endif
-
-bool MemoryRunsOut() {
-  largestAllocation = 0;
-  try {
-    ::operator delete(::operator new(1));
-  } catch (const std::bad_alloc&) {
-    largestAllocation = SIZE_MAX;
-    return true;
-  }
-  largestAllocation = SIZE_MAX;
-  return false;
-}
-
 namespace {
-
-TEST(AppTest, UsageErrorsWriteNoReport) {
-  const std::pair<ArgumentList, const char*> cases[] = {
-      {{"-help", "-stdout=no"}, ""},
-      {{"-exit=7", "-no=1"}, ""},
-      {{""}, ""},
-      {{"-stdout=before", "stray", "-stdout=after"}, "before\nafter\n"}};
-  for (const auto& [arguments, out] : cases) {
-    TestApp app;
-    EXPECT_EQ(app.RunWith(arguments), 3);
-    EXPECT_EQ(app.out, out);
-    EXPECT_THAT(app.err, testing::StartsWith("Usage exception: usage\nusage: \n    -help {"));
-    EXPECT_EQ(app.fHostApp, "gpuprobe");
-  }
-}
 
 struct NullText : std::exception {
   const char* what() const noexcept override { return nullptr; }
@@ -62,31 +19,24 @@ TEST(AppTest, EveryKindOfExceptionIsNamed) {
       {[] { throw ZOR::InternalException("f", 1, "inner"); }, "exception: inner\n"},
       {[] { throw NullText(); }, "exception: <NULL>\n"},
       {[] { throw 5; }, "unknown exception\n"},
-      // There is memory for this text, but not for the line.
-      {[] { throw std::runtime_error(std::string(1'000'000, 'x')); },
-       "exception: std::bad_alloc\n"},
       {[] {}, ""}};
-  const bool memoryRunsOut = MemoryRunsOut();
-  largestAllocation = 1'500'000;
-  for (const std::string failing : {"DoGetGLDriver", "DoGetNativeGPUs"}) {
-    for (const auto& failure : cases) {
-      if (std::string(failure.second) == "exception: std::bad_alloc\n" && !memoryRunsOut) continue;
+  for (const bool question : {true, false}) {
+    for (const auto& [failure, text] : cases) {
       fakeMachine = {};
       fakeMachine.gl = 2;
-      fakeMachine.onQuestion = [&](const std::string& gpu, const std::string& operation) {
-        if (operation == failing && gpu != "glgpu[1]") failure.first();
+      fakeMachine.onQuestion = [&, fail = failure](const std::string& gpu,
+                                                   const std::string& asked) {
+        if (asked == (question ? "DoGetGLDriver" : "DoGetNativeGPUs") && gpu != "glgpu[1]") fail();
       };
-      const bool fails = *failure.second;
-      const bool question = failing == "DoGetGLDriver";
+      const bool fails = *text;
       TestApp app;
       EXPECT_EQ(app.RunWith({"-exit=7"}), fails ? 2 : 7);
-      EXPECT_EQ(app.err, failure.second);
-      EXPECT_EQ(app.out.find("glgpu[0].GLDriver=") == std::string::npos, fails && question);
-      EXPECT_NE(app.out.find("glgpu[1].GLDriver="), std::string::npos);
-      EXPECT_EQ(app.out.find("snifferEnd") == std::string::npos, fails && !question);
+      EXPECT_EQ(app.err, text);
+      EXPECT_EQ(contains(app.out, "glgpu[0].GLDriver="), !fails || !question);
+      EXPECT_TRUE(contains(app.out, "glgpu[1].GLDriver="));
+      EXPECT_EQ(contains(app.out, "snifferEnd"), !fails || question);
     }
   }
-  largestAllocation = SIZE_MAX;
 }
 
 TEST(AppTest, EndsWithTheProcessAndWhatEscapesItIs4) {
@@ -105,13 +55,51 @@ TEST(AppTest, EndsWithTheProcessAndWhatEscapesItIs4) {
   EXPECT_EQ(alive, 0U);
 }
 
-TEST(AppTest, WithoutATesterOfItsOwnItMakesOne) {
-  struct Bare : GPUSnifferApp {
-    boost::shared_ptr<GPUSnifferTester> CreateTester() override { return {}; }
-  } bare;
-  const auto tester = bare.GetTester();
-  ASSERT_TRUE(tester);
-  EXPECT_EQ(bare.GetTester(), tester);
+class OptionsTest : public testing::Test {
+ protected:
+  ~OptionsTest() override { ArmTimeout(0); }
+  ArgumentList Parse(ArgumentList arguments) { return app.ParseArgs(arguments), arguments; }
+
+  TestApp app;
+};
+
+TEST_F(OptionsTest, IntegersConvertAsA32BitLong) {
+  const char* const texts[] = {"0x10",  "0X1f", "010",        "12abc",       "abc",
+                               "",      "08",   " \t+5",      "-3",          "3=4",
+                               "\"6\"", "\"7",  "2147483648", "-2147483649", "99999999999999999999",
+                               "0x"};
+  const int64_t values[] = {16, 31, 8, 12, 0,          0,           0,          5,
+                            -3, 3,  6, 0,  2147483647, -2147483648, 2147483647, 0};
+  for (size_t i = 0; i < std::size(texts); ++i) {
+    EXPECT_TRUE(Parse({std::string("-exit=") + texts[i]}).empty());
+    EXPECT_EQ(app.fExitCode, values[i]) << texts[i];
+  }
+}
+
+TEST_F(OptionsTest, EveryOptionReachesItsField) {
+  Parse({"-crashAfter=1", "-throwAfter=4294967295", "-app=first", "-exit=3", "-verbose=4",
+         "-timeout=500", "-hang=6", "-app=a=b", "-crashAfter=-1"});
+  const int64_t numbers[] = {app.fCrashAfter, app.fThrowAfter, app.fExitCode,
+                             app.fVerbose,    app.fTimeout,    app.fHang};
+  EXPECT_THAT(numbers, testing::ElementsAre(0xFFFFFFFF, 2147483647, 3, 4, 500, 6));
+  EXPECT_EQ(app.fHostApp, "a=b");
+  Parse({"-app=", "-stdout=\"a b\"", "-comment=hello", "-stdout=\"", "-stdout=\"\"",
+         "-stdout=\"\"x\"\"", "-stdout=\xFF=\"c", "-stderr=oops", "-stderr="});
+  EXPECT_EQ(app.fHostApp, "");
+  EXPECT_EQ(app.out, "a b\n# hello\n\"\n\n\"x\"\n\xFF=\"c\n");
+  EXPECT_EQ(app.err, "oops\n\n");
+}
+
+TEST_F(OptionsTest, WhatIsNotUnderstoodIsLeftInOrder) {
+  const ArgumentList strange = {"stray",    "-Help",    "--help",   "-help=1", "-help=",   "-",
+                                "",         "-=",       "-exit",    "-Exit=1", "-exit =1", "-exi=1",
+                                "-exits=1", "--exit=1", " -exit=1", "exit=1"};
+  ArgumentList arguments = strange;
+  arguments.insert(std::next(arguments.begin(), 3), "-exit=9");
+  EXPECT_EQ(Parse(arguments), strange);
+  EXPECT_EQ(app.fExitCode, 9);
+  EXPECT_THROW(Parse({"-verbose=2", "-help", "-verbose=3"}), GPUSnifferApp::UsageException);
+  EXPECT_EQ(app.fVerbose, 2);
 }
 
 }  // namespace

@@ -7,11 +7,6 @@
 #include "tests/support/FakeGPUImpl.h"
 #include "tests/support/GoldenReport.h"
 
-/// Bytes; a larger allocation of this process fails.
-extern size_t largestAllocation;
-/// Whether that limit holds: not under a tool that brings its own allocator.
-bool MemoryRunsOut();
-
 /// The shipped application over fakeMachine and a fake OpenGL, its two streams kept as texts. Its
 /// tester is the shipped one but for the clock and the machine's OpenCL.
 struct TestApp : MySniffer {
@@ -52,10 +47,4 @@ inline void playGoldenMachine() {
       {"DoGLFramebufferOK", 1},          {"DoGetCLCompute", 0.25},  {"DoIsIntegratedCLGPU", 1},
       {"DoGetCLMemoryMB", 1536},         {"DoGetCLVendorID", 9},    {"DoIsCUDASupported", 1},
       {"DoGetCLBandwidth", 12345678901.}};
-}
-
-inline std::string joined(const std::vector<std::string>& lines) {
-  std::string text;
-  for (const std::string& line : lines) text += line + "\n";
-  return text;
 }

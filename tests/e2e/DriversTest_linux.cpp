@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include <csignal>
+#include <regex>
 
 #include "tests/e2e/Probe.h"
 
@@ -14,70 +15,50 @@ Outcome runWith(const std::string& fake, const Lines& arguments,
                                   fake + "'"});
 }
 
-struct Driver {
-  const char* name;
-  const char* fake;
-  Lines report;      // from ZOROGLInitialized on, with one answer of each GPU
-  const char* said;  // among the diagnostics
-};
-
-class Drivers : public TestWithParam<Driver> {};
-
-TEST_P(Drivers, ReportGoesToItsEnd) {
-  for (const std::string verbose : {"-verbose=0", "-verbose=1"}) {
-    const Outcome run = runWith(GetParam().fake, {verbose});
+TEST(LinuxDrivers, ReportGoesToItsEnd) {
+  const struct {
+    const char* fake;
+    const char* renderers;  // of the GPUs, a blank after each
+    const char* said;       // among the diagnostics
+  } drivers[] = {
+      {"lists", "", "no OpenGL device"},
+      {"renderer=Only", "Only ", "zorDevice.0.=default"},
+      {"device=/dev/dri/card0;fail=eglInitialize", "",
+       "no context on .*card0: eglInitialize: EGL_NOT_INITIALIZED"},
+      {"device=/dev/dri/card7;fail=eglCreateContext;device=/dev/dri/renderD129;render;renderer=B;"
+       "device=software;renderer=S",
+       "B ", "no context on zorDevice.0.=/dev/dri/card7: eglCreateContext: "},
+      {"device=/dev/dri/card7;renderer=llvmpipe;device=software;renderer=S", "llvmpipe ",
+       "card7: its context draws in software"},
+      // One that goes away moves the others up in the list.
+      {"device=/dev/dri/card7;gone;fail=eglGetPlatformDisplayEXT;device=/dev/dri/card8;renderer=B;"
+       "device=;renderer=C;device=software;renderer=S",
+       "B C ", "no context on zorDevice.0.=/dev/dri/card7"},
+  };
+  for (const auto& [fake, renderers, said] : drivers) {
+    SCOPED_TRACE(fake);
+    const Outcome run = runWith(fake, {"-verbose=1"});
     EXPECT_EQ(run.code, 0);
     EXPECT_EQ(run.report.back(), "snifferEnd=...");
     EXPECT_EQ(run.err, Lines());
-    Lines report;
+    EXPECT_THAT(run.comments, Contains(ContainsRegex(said)));
+    EXPECT_THAT(run.report, Contains(*renderers ? "OGLContextCreated=1" : "OGLContextCreated=0"));
+    std::string found;
     for (const std::string& line : run.report)
-      if (std::string(line, 0, 3) == "OGL" || std::string(line, 0, 5) == "NumGL" ||
-          line.find("GLRenderer=") != std::string::npos)
-        report.push_back(line);
-    EXPECT_EQ(report, GetParam().report);
-    if (run.comments.empty() && verbose.back() == '0') continue;
-    EXPECT_THAT(run.comments, Contains(ContainsRegex(GetParam().said)));
+      if (line.find("GLRenderer=") != line.npos) found += line.substr(line.find('=') + 1) + ' ';
+    EXPECT_EQ(std::regex_replace(found, std::regex("\""), ""), renderers);
+    EXPECT_EQ(runWith(fake, {}).report, run.report);
   }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Linux, Drivers,
-    Values(Driver{"NoDevice", "lists", {"OGLContextCreated=0", "NumGLGPUs=0"}, "no OpenGL device"},
-           Driver{"NoList",
-                  "renderer=Only",
-                  {"OGLContextCreated=1", "NumGLGPUs=1", R"(glgpu[0].GLRenderer="Only")"},
-                  "zorDevice.0.=default"},
-           Driver{"Fails",
-                  "device=/dev/dri/card0;fail=eglInitialize",
-                  {"OGLContextCreated=0", "NumGLGPUs=0"},
-                  "no context on .*card0: eglInitialize: EGL_NOT_INITIALIZED"},
-           Driver{"FirstFails",
-                  "device=/dev/dri/card7;fail=eglCreateContext;device=/dev/dri/renderD129;render;"
-                  "renderer=B;device=software;renderer=S",
-                  {"OGLContextCreated=1", "NumGLGPUs=1", R"(glgpu[0].GLRenderer="B")"},
-                  "no context on zorDevice.0.=/dev/dri/card7: eglCreateContext: "},
-           Driver{"SoftwareAlone",
-                  "device=/dev/dri/card7;renderer=llvmpipe;device=software;renderer=S",
-                  {"OGLContextCreated=1", "NumGLGPUs=1", R"(glgpu[0].GLRenderer="llvmpipe")"},
-                  "card7: its context draws in software"},
-           // One that goes away moves the others up in the list.
-           Driver{"OneGoes",
-                  "device=/dev/dri/card7;gone;fail=eglGetPlatformDisplayEXT;device=/dev/dri/card8;"
-                  "renderer=B;device=;renderer=C;device=software;renderer=S",
-                  {"OGLContextCreated=1", "NumGLGPUs=2", R"(glgpu[0].GLRenderer="B")",
-                   R"(glgpu[1].GLRenderer="C")"},
-                  "no context on zorDevice.0.=/dev/dri/card7"}),
-    nameOf);
 
 TEST(LinuxDrivers, NoLibrary) {
   const Outcome run =
       RunProbe({{"-verbose=1"}, R"(echo none >"$0/libEGL.so.1"; LD_LIBRARY_PATH="$0")"});
-  const Lines report = {
-      R"(Tester="LarkspanApp")", "snifferStart=...", "ZORCoreInitialized=1", "ZOROGLInitialized=0",
-      "OGLContextCreated=0",     "NumGLGPUs=0",      "NumCLGPUs=0",          "NumNativeGPUs=0",
-      "snifferEnd=..."};
   EXPECT_EQ(run.code, 0);
-  EXPECT_EQ(run.report, report);
+  EXPECT_THAT(run.report,
+              ElementsAre(R"(Tester="LarkspanApp")", "snifferStart=...", "ZORCoreInitialized=1",
+                          "ZOROGLInitialized=0", "OGLContextCreated=0", "NumGLGPUs=0",
+                          "NumCLGPUs=0", "NumNativeGPUs=0", "snifferEnd=..."));
   EXPECT_THAT(run.comments, Contains(ContainsRegex("default ContextOffscreen.*libEGL.so.1: ")));
   EXPECT_THAT(run.err, ElementsAre(ContainsRegex("DoGetGPUs fails .*libEGL.so.1: ")));
 }
@@ -102,14 +83,10 @@ TEST(LinuxDrivers, SkippedDevicesGetNoContext) {
       "GPUPROBE_ANNOUNCE=1 GPUPROBE_SKIP='NumGLGPUs /dev/dri/card7,OpenCL' ");
   EXPECT_EQ(run.code, 0);
   EXPECT_THAT(run.report, Contains(R"(glgpu[0].GLRenderer="B")"));
-  Lines comments;
-  for (const std::string& line : run.comments)
-    if (line.find("glgpu[") == line.npos) comments.push_back(line);
-  EXPECT_EQ(comments,
-            Lines({"# asking ZOROGLInitialized", "# asking OGLContextCreated",
-                   "# asking OGLContextCreated /dev/dri/renderD129", "# asking NumGLGPUs",
-                   "# skipped NumGLGPUs /dev/dri/card7", "# asking NumGLGPUs /dev/dri/renderD129",
-                   "# skipped OpenCL", "# asking release"}));
+  EXPECT_THAT(run.comments,
+              IsSupersetOf({"# asking OGLContextCreated /dev/dri/renderD129",
+                            "# skipped NumGLGPUs /dev/dri/card7",
+                            "# asking NumGLGPUs /dev/dri/renderD129", "# skipped OpenCL"}));
 }
 
 // The last line names the driver, and the exit status stays what it is.
@@ -122,15 +99,6 @@ TEST(LinuxDrivers, CrashesAreNamed) {
     EXPECT_EQ(run.text.back(), '\n');
     EXPECT_THAT(run.err, ElementsAre(MatchesRegex(std::string("crash: ") + name +
                                                   " in /.*/layers/egl/libEGL.so.1.0x[0-9a-f]+")));
-  }
-}
-
-TEST(LinuxWaits, HangDelaysTheExit) {
-  using Case = std::pair<const char*, int>;
-  for (const auto& [argument, code] : {Case{"-exit=5", 5}, {"-throwAfter=0", 2}, {"-help", 3}}) {
-    const Outcome run = RunProbe({{"-hang=300", argument}});
-    EXPECT_EQ(run.code, code);
-    EXPECT_GE(run.seconds, 0.3);
   }
 }
 
@@ -151,7 +119,9 @@ TEST(LinuxWaits, TimeoutEndsTheProbeAndKeepsItsLines) {
                           "env --ignore-signal=ALRM --block-signal=ALRM " + Start().program}),
                 PlainReport());
   // The last one counts, and none or fewer seconds are no limit.
-  EXPECT_EQ(RunProbe({{"-timeout=1", "-timeout=-1", "-hang=1200"}}).code, 0);
+  const Outcome hung = RunProbe({{"-timeout=1", "-timeout=-1", "-hang=1200", "-exit=-1"}});
+  EXPECT_EQ(hung.code, 255) << "the system keeps the low byte";
+  EXPECT_GE(hung.seconds, 1.2);
   Lines lines = {R"(Tester="LarkspanApp")", "snifferStart=...", "ZORCoreInitialized=1"};
   for (const char* fake : {"hang=load", "device=;hang=eglInitialize"}) {
     expectTimeout(runWith(fake, {"-timeout=5", "-hang=1"}), lines);

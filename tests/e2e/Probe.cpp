@@ -56,7 +56,6 @@ Outcome runOnce(const Start& start, const std::string& wrapper = "") {
   if (WIFSIGNALED(status)) outcome.signal = WTERMSIG(status);
   outcome.text = contentOf(folder + "/out");
   outcome.err = linesOf(contentOf(folder + "/err"));
-  outcome.log = linesOf(contentOf(folder + "/log"));
   std::filesystem::remove_all(folder);
   static const std::regex changing("(sniffer(Start|End)|.*\\.CL(Bandwidth|Compute))=.*");
   for (std::string& line : linesOf(outcome.text)) {

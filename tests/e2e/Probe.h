@@ -1,6 +1,5 @@
 #pragma once
 
-#include <ostream>
 #include <string>
 #include <vector>
 
@@ -21,7 +20,6 @@ struct Outcome {
   Lines report;      // out without the lines that a reader skips,
   Lines comments;    // and these
   Lines err;
-  Lines log;  // the file of that name in the run's folder
   int code = -1;
   int signal = 0;
   double seconds = 0;
@@ -32,6 +30,3 @@ Outcome RunProbe(const Start& start);
 
 /// What a run without options writes; asked for once.
 const Lines& PlainReport();
-
-/// For tests with parameters that have a name.
-inline const auto nameOf = [](const auto& test) { return std::string(test.param.name); };

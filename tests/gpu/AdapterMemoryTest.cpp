@@ -20,10 +20,7 @@ TEST(AdapterMemory, RulesByMakerAndSize) {
       {{kVendorIntel, 128 * MiB, 16 * MiB, GiB}, 16 * GiB, false, 144, false},
       {{kVendorIntel, 128 * MiB - 1, 0, GiB}, 2 * GiB, true, 639, true},
       {{kVendorIntel, 0, 0, 4 * GiB}, 16 * GiB, true, 2048, true},
-      {{kVendorIntel, 64 * MiB, 0, 4 * GiB}, 16 * GiB, true, 2048, true},
-      {{kVendorIntel, 0, 0, 4 * GiB}, 3, true, 0, true},
       {{kVendorIntel, 64 * MiB, 0, 0}, 16 * GiB, true, 64, false},
-      {{kVendorAMD, 64 * MiB, 0, 512 * MiB}, 8 * GiB, true, 576, true},
       {{kVendorAMD, 64 * MiB, 960 * MiB, 512 * MiB}, 8 * GiB, true, 1024, false},
       {{kVendorAMD, 64 * MiB, 960 * MiB - 1, 512 * MiB}, 8 * GiB, true, 1535, true},
       {{kVendorAMD, 8 * GiB, 0, 512 * MiB}, 8 * GiB, false, 8192, false},
@@ -54,8 +51,6 @@ TEST(AdapterMemory, LogsTheComputation) {
             "669 installedRamThatGPUCanUse=2147483648\n"
             "671 numBytes=2148532224\n"
             "677 DXGI RAM=2147483648=2048MB\n");
-  LooksIntegrated({kVendorNVIDIA, MiB, 0, 0});
-  EXPECT_EQ(log.take(), "642 fAdapterDesc.VendorId=4318\n653 Looks like a discrete GPU\n");
 }
 
 }  // namespace

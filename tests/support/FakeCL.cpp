@@ -29,7 +29,7 @@ std::string textOf(Argument argument) {
       std::memcpy(&number, argument, sizeof number);
       return std::to_string(number);
     }
-    if constexpr (std::is_same_v<Argument, const char**>) FakeCL::active->source = *argument;
+    if constexpr (std::is_same_v<Argument, const char**>) return *argument;
     return "p";
   }
 }

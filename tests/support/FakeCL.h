@@ -36,7 +36,6 @@ class FakeCL {
   std::vector<std::string> calls;
   std::map<std::string, unsigned> counts;  // function -> calls
   std::map<const void*, std::string> alive;
-  std::string source;  // of the last program
 
   template <class Value>
   void set(cl_device_info property, const Value& value) {

@@ -128,10 +128,6 @@ FakeGL::~FakeGL() {
   active = nullptr;
 }
 
-void FakeGL::initialize() {
-  if (!initializeError.empty()) throw ZOR::LogicalException(initializeError);
-}
-
 ZOR::OGL::DisplayDeviceKey FakeGL::primaryDisplayDevice() {
   if (devices.empty()) throw ZOR::LogicalException("no device");
   return devices.front();
@@ -139,6 +135,7 @@ ZOR::OGL::DisplayDeviceKey FakeGL::primaryDisplayDevice() {
 
 std::unique_ptr<ZOR::OGL::NativeContext> FakeGL::createContext(
     const ZOR::OGL::DisplayDeviceKey& key) {
+  onContext();
   const auto failing = failingDevices.find(key.deviceName);
   if (failing != failingDevices.end()) throw ZOR::LogicalException(failing->second);
   return std::make_unique<FakeContext>(*this);

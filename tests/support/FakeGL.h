@@ -19,7 +19,7 @@ class FakeGL : public ZOR::OGL::Backend {
   // What the driver is like.
   std::vector<ZOR::OGL::DisplayDeviceKey> devices{{"/dev/dri/card0", "Board X", "0"}};
   std::map<std::string, std::string> failingDevices;  // device name -> text of the exception
-  std::string initializeError;
+  std::function<void()> onContext = [] {};            // called before a context is made
   std::string version = "4.5 (Compatibility Profile) Fake 1.0";
   std::vector<std::string> extensions;
   std::map<GLenum, std::string> strings;
@@ -38,7 +38,7 @@ class FakeGL : public ZOR::OGL::Backend {
   int contextsAlive = 0;
   const void* current = nullptr;
 
-  void initialize() override;
+  void initialize() override {}
   std::vector<ZOR::OGL::DisplayDeviceKey> displayDevices() override { return devices; }
   ZOR::OGL::DisplayDeviceKey primaryDisplayDevice() override;
   std::unique_ptr<ZOR::OGL::NativeContext> createContext(

@@ -45,11 +45,8 @@ class FakeGPUImpl : public GPUImpl {
   bool DoGLIsExtensionSupported(unsigned number) override { return Echo(__func__, number) % 2; }
 
   using Text = std::string;
-#define FAKE(Value, name)          \
-  Value name() override {          \
-    return Answer(#name, Value()); \
-  }
   // clang-format off
+#define FAKE(Value, name) Value name() override { return Answer(#name, Value()); }
   FAKE(Text, DoGetGLVersion) FAKE(Text, DoGetGLName) FAKE(Text, DoGetGLVendor)
   FAKE(Text, DoGetGLDriverVersion) FAKE(Text, DoGetGLRenderer) FAKE(Text, DoGetGLDriver)
   FAKE(Text, DoGetGLDriverDate) FAKE(Text, DoGetGLCaption) FAKE(Text, DoGetCLPlatformVersion)
@@ -61,11 +58,12 @@ class FakeGPUImpl : public GPUImpl {
   FAKE(bool, DoCompileProgramGLSL) FAKE(bool, DoGLFramebufferOK) FAKE(bool, DoIsIntegratedGLGPU)
   FAKE(bool, DoIsCUDASupported) FAKE(bool, DoIsIntegratedCLGPU) FAKE(double, DoGetCLBandwidth)
   FAKE(double, DoGetCLCompute) FAKE(double, DoGetCLComputeScore)
-  // clang-format on
 #undef FAKE
+  std::string fTag;
+  // clang-format on
 
-                                                                  private
-      : int Echo(const char* operation, unsigned number) const {
+ private:
+  int Echo(const char* operation, unsigned number) const {
     if (fakeMachine.onQuestion) fakeMachine.onQuestion(fTag, operation);
     return static_cast<int>(number);
   }
@@ -90,6 +88,5 @@ class FakeGPUImpl : public GPUImpl {
     return list;
   }
 
-  std::string fTag;
   std::string fDriverText;
 };

@@ -5,14 +5,21 @@
 #include <string>
 #include <vector>
 
-/// The lines of a text that the contract gives, written by hand. tests/NAME.golden: "report" is
-/// that of a fake machine with two GPUs of each kind, "usage" what a usage error writes.
+/// The lines of a text that the contract gives, in tests/NAME.golden: "report" is that of a fake
+/// machine with two GPUs of each kind, "usage" what a usage error writes, "framebuffer" and
+/// "measurements" are the calls and the log of the render test and of OpenCL's two measurements.
 inline std::vector<std::string> goldenLines(const std::string& name) {
   std::ifstream file(GPUPROBE_TESTS + name + ".golden");
   std::vector<std::string> lines;
   for (std::string line; std::getline(file, line);) lines.push_back(line);
   if (lines.empty()) throw std::runtime_error(name + ".golden is missing");
   return lines;
+}
+
+inline std::string joined(const std::vector<std::string>& lines) {
+  std::string text;
+  for (const std::string& line : lines) text += line + "\n";
+  return text;
 }
 
 inline bool contains(const std::string& line, const char* part) {

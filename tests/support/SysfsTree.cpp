@@ -10,13 +10,37 @@
 
 using std::filesystem::path;
 
+namespace {
+
+/// The place for a file in a folder that is there, itself not.
+path prepared(const path& place) {
+  std::error_code nothingThere;
+  std::filesystem::remove_all(place, nothingThere);
+  std::filesystem::create_directories(place.parent_path());
+  return place;
+}
+
+}  // namespace
+
 SysfsTree::SysfsTree(const std::string& text) {
   std::string folder = std::filesystem::temp_directory_path() / "sysfs-XXXXXX";
   if (!mkdtemp(folder.data())) throw std::runtime_error("mkdtemp");
   fRoot = std::filesystem::canonical(folder);
   std::istringstream lines(text);
-  std::string current;
-  for (std::string line; std::getline(lines, line);) addLine(line, current);
+  path current;
+  for (std::string line; std::getline(lines, line);) {
+    const size_t sign = std::min(line.find(" -> "), line.find(" = "));
+    if (line[0] == '@') {
+      current = line.substr(1);
+    } else if (line[0] != '#' && line.compare(sign, 2, " -") == 0) {
+      link(current / line.substr(0, sign), line.substr(sign + 4));
+    } else if (line[0] != '#') {
+      std::string content = line.substr(sign + 3) + '\n';
+      boost::replace_all(content, "\\n", "\n");
+      boost::replace_all(content, "\\t", "\t");
+      write(current / line.substr(0, sign), content);
+    }
+  }
 }
 
 SysfsTree::~SysfsTree() {
@@ -24,35 +48,12 @@ SysfsTree::~SysfsTree() {
   std::filesystem::remove_all(fRoot, ignored);
 }
 
-void SysfsTree::addLine(const std::string& line, std::string& folder) const {
-  if (line.empty() || line[0] == '#') return;
-  const size_t sign = std::min(line.find(" -> "), line.find(" = "));
-  if (line[0] == '@') {
-    folder = line.size() == 1 ? "" : line.substr(1) + '/';
-  } else if (line.compare(sign, 4, " -> ") == 0) {
-    link(folder + line.substr(0, sign), line.substr(sign + 4));
-  } else {
-    std::string content = line.substr(sign + 3) + '\n';
-    boost::replace_all(content, "\\n", "\n");
-    boost::replace_all(content, "\\t", "\t");
-    write(folder + line.substr(0, sign), content);
-  }
+void SysfsTree::write(const path& file, const std::string& content) const {
+  std::ofstream(prepared(fRoot / file), std::ios::binary) << content;
 }
 
-path SysfsTree::prepare(const std::string& file) const {
-  const path place = fRoot / file;
-  std::error_code nothingThere;
-  std::filesystem::remove_all(place, nothingThere);
-  std::filesystem::create_directories(place.parent_path());
-  return place;
-}
-
-void SysfsTree::write(const std::string& file, const std::string& content) const {
-  std::ofstream(prepare(file), std::ios::binary) << content;
-}
-
-void SysfsTree::link(const std::string& file, const std::string& target) const {
-  std::filesystem::create_symlink(target, prepare(file));
+void SysfsTree::link(const path& file, const std::string& target) const {
+  std::filesystem::create_symlink(target, prepared(fRoot / file));
 }
 
 std::string SysfsTree::withoutRoot(std::string text) const {

@@ -18,8 +18,8 @@ class SysfsTree {
 
   const std::filesystem::path& root() const { return fRoot; }
   /// In place of what is there, byte by byte.
-  void write(const std::string& file, const std::string& content) const;
-  void link(const std::string& file, const std::string& target) const;
+  void write(const std::filesystem::path& file, const std::string& content) const;
+  void link(const std::filesystem::path& file, const std::string& target) const;
   /// The text with this folder's name taken out.
   std::string withoutRoot(std::string text) const;
 
@@ -27,9 +27,6 @@ class SysfsTree {
   static std::string Recorded(const std::string& machine);
 
  private:
-  void addLine(const std::string& line, std::string& folder) const;
-  std::filesystem::path prepare(const std::string& file) const;
-
   std::filesystem::path fRoot;
 };
 

@@ -1,14 +1,64 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <atomic>
 #include <cassert>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <thread>
 
 #include "app/Platform.h"
 #include "log/Loggers.h"
 #include "log/Streams.h"
+#include "zor/ogl/HiddenWindow_win.h"
+
+namespace {
+
+using ZOR::OGL::HiddenWindow;
+
+/// How many milliseconds a broadcast takes while this thread looks for messages now and then.
+DWORD broadcast() {
+  std::atomic<bool> sent{false};
+  const DWORD start = GetTickCount();
+  std::thread sender([&] {
+    for (const UINT message : {WM_SETTINGCHANGE, WM_CLOSE})
+      SendMessageTimeoutW(HWND_BROADCAST, message, 0, 0, SMTO_NORMAL, 4000, nullptr);
+    sent = true;
+  });
+  for (; !sent; Sleep(10)) HiddenWindow::AnswerMessages();
+  sender.join();
+  return GetTickCount() - start;
+}
+
+TEST(HiddenWindow, NobodyWaitsForItAndItStays) {
+  for (const auto kind : {HiddenWindow::Kind::MessageOnly, HiddenWindow::Kind::TopLevel}) {
+    const HiddenWindow window(kind, R"(\\.\DISPLAY1)");
+    EXPECT_TRUE(window.drawnByDriver());
+    EXPECT_LT(broadcast(), 3000U);
+    EXPECT_TRUE(IsWindow(WindowFromDC(window.dc())));
+  }
+}
+
+TEST(HiddenWindow, TakesTheFirstFormatThatADriverDraws) {
+  constexpr DWORD kWindow = PFD_DRAW_TO_WINDOW | PFD_SUPPORT_OPENGL, kGeneric = PFD_GENERIC_FORMAT;
+  std::vector<PIXELFORMATDESCRIPTOR> formats;
+  const auto add = [&](DWORD flags, BYTE type = PFD_TYPE_RGBA, BYTE bits = 32) {
+    PIXELFORMATDESCRIPTOR& made = formats.emplace_back();
+    made.dwFlags = flags;
+    made.iPixelType = type;
+    made.cColorBits = bits;
+  };
+  for (const DWORD flags :
+       {kWindow | kGeneric, DWORD{PFD_SUPPORT_OPENGL}, DWORD{PFD_DRAW_TO_WINDOW}})
+    add(flags);
+  add(kWindow, PFD_TYPE_COLORINDEX);
+  add(kWindow, PFD_TYPE_RGBA, 16);
+  EXPECT_EQ(ZOR::OGL::FirstDriverFormat(formats), 0);
+  add(kWindow | kGeneric | PFD_GENERIC_ACCELERATED);
+  add(kWindow);
+  EXPECT_EQ(ZOR::OGL::FirstDriverFormat(formats), 6);
+}
 
 // gtest itself sets the mode, so it is cleared first.
 TEST(PlatformDeathTest, EndsWithoutDialogOrUsageCode) {
@@ -44,3 +94,5 @@ TEST(Platform, ManifestAsksForEachMonitorsOwnDots) {
                        L"dpiAwareness", &value[0], 50, nullptr);
   EXPECT_STREQ(&value[0], L"PerMonitorV2, PerMonitor");
 }
+
+}  // namespace

@@ -6,10 +6,13 @@
 
 namespace ZOR::Core {
 
+/// The library as a whole. All of it is used on one thread, unless a class says otherwise.
 class Library {
  public:
-  /// First of the library's stages; the others throw LogicalException without it. Repeatable.
+  /// First of the library's stages; the others throw LogicalException without it. Repeatable; this
+  /// one neither fails nor loads anything.
   static void Initialize() { fInitialized = true; }
+  /// For the lifetime of the process: there is no way back.
   static bool IsInitialized() { return fInitialized; }
 
  private:
@@ -27,7 +30,7 @@ class DynamicLibrary {
   /// LogicalException with the loader's own text.
   explicit DynamicLibrary(const char* name);
 
-  /// Null when the library has no such symbol.
+  /// Null when the library has no such symbol. Good for the lifetime of the process.
   EntryPoint symbol(const char* name) const;
 
   /// Sets function to the symbol of that name, or to null. The caller answers for the type.

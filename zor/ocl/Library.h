@@ -21,7 +21,8 @@
 
 namespace ZOR::OCL {
 
-/// The functions of the system's ICD loader, under their own names.
+/// The functions of the system's ICD loader, under their own names. None is null in a table that
+/// LoadEntryPoints() made.
 struct EntryPoints {
 #define ZOR_CL_MEMBER(name) decltype(&::name) name{};
   ZOR_CL_ENTRY_POINTS(ZOR_CL_MEMBER)
@@ -38,7 +39,7 @@ class ExtensionManager {
   /// Opens the ICD loader at the first call; one that failed is tried anew. Throws
   /// LogicalException that says what is missing.
   static ExtensionManager* instance();
-  /// Null puts the system's back. The caller keeps the ownership.
+  /// Null puts the system's back. The caller keeps the ownership, and the manager until then.
   static void Replace(ExtensionManager* manager);
 
   explicit ExtensionManager(const EntryPoints& table) : fTable(table) {}
@@ -53,9 +54,11 @@ inline const EntryPoints& CL() {
   return *ExtensionManager::instance()->table();
 }
 
+/// OpenCL's stage of the library.
 class Library {
  public:
-  /// Whether OpenCL can be used on this machine; if not, reason says what was missing.
+  /// Whether OpenCL can be used on this machine; if not, reason says what was missing, else it
+  /// stays as it is. Opens the ICD loader.
   static bool IsOpenCLAvailable(std::string& reason);
   /// Makes the ICD loader load its drivers. Throws LogicalException when the core was not
   /// initialized, OpenCL is not available or the loader fails; no driver at all is no failure.

@@ -10,7 +10,7 @@ constexpr size_t kLongestText = 1U << 20;
 
 /// Asks one of the clGet...Info functions for the size, then for the bytes.
 template <class Query>
-cl_int ReadText(const Query& query, std::string& text) {
+cl_int readText(const Query& query, std::string& text) {
   size_t size = 0;
   if (const cl_int status = query(0, nullptr, &size); status != CL_SUCCESS) return status;
   if (size > kLongestText) return CL_INVALID_VALUE;
@@ -77,7 +77,7 @@ cl_int Device::getText(cl_device_info property, std::string& text) const {
   const auto query = [&](size_t size, void* value, size_t* needed) {
     return CL().clGetDeviceInfo(fHandle, property, size, value, needed);
   };
-  return ReadText(query, text);
+  return readText(query, text);
 }
 
 std::string Device::text(cl_device_info property) const {
@@ -98,7 +98,7 @@ std::string Platform::text(cl_platform_info property) const {
   const auto query = [&](size_t size, void* value, size_t* needed) {
     return CL().clGetPlatformInfo(fHandle, property, size, value, needed);
   };
-  CheckStatus("clGetPlatformInfo", ReadText(query, result));
+  CheckStatus("clGetPlatformInfo", readText(query, result));
   return result;
 }
 

@@ -16,6 +16,7 @@ namespace ZOR::OCL {
 /// Throws LogicalException "call: status N" unless the status is CL_SUCCESS.
 void CheckStatus(const char* call, cl_int status);
 
+/// What OpenCL's header says of its constants.
 class Enum {
  public:
   /// The type that OpenCL declares for a device property, "cl_uint" for example; empty for a
@@ -42,6 +43,7 @@ class Device {
   explicit Device(cl_device_id handle = nullptr) : fHandle(handle) {}
 
   cl_device_id handle() const { return fHandle; }
+  /// The one that it belongs to. Throws LogicalException when the driver does not say.
   Platform platform() const;
   /// CL_DEVICE_NAME and CL_DEVICE_VENDOR with every byte that the driver gives. Throw
   /// LogicalException.
@@ -150,7 +152,8 @@ class Context {
     void* userData = nullptr;
   };
 
-  /// Throws LogicalException.
+  /// Throws LogicalException "clCreateContext: status N". What userData points to has to outlive
+  /// the context.
   Context(const ContextProperties& properties, const Device& device,
           const NotifyCallback& callback);
 
@@ -163,7 +166,8 @@ class Context {
 /// A queue of one device.
 class CommandQueue {
  public:
-  /// Throws LogicalException.
+  /// Keeps the context alive by the driver's own count. Throws LogicalException
+  /// "clCreateCommandQueue: status N".
   CommandQueue(const Context& context, const Device& device, bool outOfOrder, bool profiling);
 
   cl_command_queue handle() const { return fHandle.get(); }

@@ -102,14 +102,14 @@ class BackendWGL : public Backend {
     std::unique_ptr<WGLNativeContext> messageOnly;
     std::string refusal;
     try {
-      messageOnly = tryContext(HiddenWindow::Kind::kMessageOnly, key);
+      messageOnly = tryContext(HiddenWindow::Kind::MessageOnly, key);
       if (messageOnly->drawnByDriver()) return messageOnly;
       refusal = messageOnly->remark();
     } catch (const LogicalException& exception) {
       refusal = exception.what();
     }
     try {
-      auto topLevel = tryContext(HiddenWindow::Kind::kTopLevel, key);
+      auto topLevel = tryContext(HiddenWindow::Kind::TopLevel, key);
       if (messageOnly && !topLevel->drawnByDriver()) return messageOnly;
       topLevel->addRemark("a top-level window, for a message-only one was refused: " + refusal);
       return topLevel;

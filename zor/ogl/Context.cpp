@@ -46,13 +46,13 @@ ContextOffscreen::ContextOffscreen(const DisplayDeviceKey& key)
     : fNative(Backend::Instance().createContext(key)), fState(std::make_unique<ContextState>()) {}
 
 ContextOffscreen::~ContextOffscreen() {
-  if (ContextState::Current == fState.get()) ContextState::Current = nullptr;
+  if (ContextState::current == fState.get()) ContextState::current = nullptr;
 }
 
 void ContextOffscreen::makeCurrent() {
   fNative->makeCurrent();
   if (!fState->loaded) fState->load();
-  ContextState::Current = fState.get();
+  ContextState::current = fState.get();
 }
 
 std::string ContextOffscreen::driverName() const {
@@ -63,14 +63,14 @@ std::string ContextOffscreen::remark() const {
   return fNative->remark();
 }
 
-ScopedContextWrapper::ScopedContextWrapper(bool restore) : fState(ContextState::Current) {
+ScopedContextWrapper::ScopedContextWrapper(bool restore) : fState(ContextState::current) {
   if (restore) fRestore = Backend::Instance().saveCurrent();
 }
 
 ScopedContextWrapper::~ScopedContextWrapper() {
   if (!fRestore) return;
   fRestore();
-  ContextState::Current = fState;
+  ContextState::current = fState;
 }
 
 }  // namespace ZOR::OGL

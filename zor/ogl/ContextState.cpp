@@ -4,7 +4,7 @@
 
 namespace ZOR::OGL {
 
-thread_local ContextState* ContextState::Current = nullptr;
+thread_local ContextState* ContextState::current = nullptr;
 
 void ContextState::load() {
   interceptor.load(Backend::Instance());
@@ -19,12 +19,12 @@ void OpenGLInterceptor::load(Backend& backend) {
 }
 
 OpenGLInterceptor& OpenGLInterceptor::Instance() {
-  if (!ContextState::Current) throw LogicalException("no OpenGL context is current");
-  return ContextState::Current->interceptor;
+  if (!ContextState::current) throw LogicalException("no OpenGL context is current");
+  return ContextState::current->interceptor;
 }
 
 const ExtensionManager* ExtensionManager::Instance() {
-  return ContextState::Current ? &ContextState::Current->extensions : nullptr;
+  return ContextState::current ? &ContextState::current->extensions : nullptr;
 }
 
 }  // namespace ZOR::OGL

@@ -16,7 +16,7 @@ struct ContextState {
   void load();
 
   /// The state of the context that is current on this thread, or null.
-  static thread_local ContextState* Current;
+  static thread_local ContextState* current;
 };
 
 }  // namespace ZOR::OGL

@@ -88,10 +88,10 @@ void HiddenWindow::open(Kind kind, const std::string& deviceName) {
     Core::ThrowSystemError("EnumDisplaySettings");
   fWindow = CreateWindowExW(0, windowClass(), L"", WS_POPUP | WS_CLIPSIBLINGS | WS_CLIPCHILDREN,
                             mode.dmPosition.x, mode.dmPosition.y, 16, 16,
-                            kind == Kind::kMessageOnly ? HWND_MESSAGE : nullptr, nullptr,
+                            kind == Kind::MessageOnly ? HWND_MESSAGE : nullptr, nullptr,
                             GetModuleHandleW(nullptr), nullptr);
   if (!fWindow) Core::ThrowSystemError("CreateWindowEx");
-  fTopLevel = kind == Kind::kTopLevel;
+  fTopLevel = kind == Kind::TopLevel;
   if (fTopLevel) ++topLevelWindows;
   fDC = GetDC(fWindow);
   if (!fDC) Core::ThrowSystemError("GetDC");

@@ -14,9 +14,9 @@ class HiddenWindow {
  public:
   enum class Kind {
     /// No broadcast reaches it, so no other program ever waits for this one.
-    kMessageOnly,
+    MessageOnly,
     /// Broadcasts reach it: its thread has to call AnswerMessages() while it exists.
-    kTopLevel
+    TopLevel
   };
 
   /// Throws LogicalException that names the failing call.

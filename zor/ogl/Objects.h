@@ -1,6 +1,9 @@
 #pragma once
 
-// Objects of the current context; each deletes its OpenGL name at its end.
+// Objects of the current context; each deletes its OpenGL name at its end, for which the same
+// context has to be current (with none there is nothing to call, and the name goes with its
+// context). A call that the driver lacks throws LogicalException; GL errors stay pending for the
+// caller.
 
 namespace ZOR::OGL {
 
@@ -33,16 +36,19 @@ enum class InternalFormat { RGBA8 = 34 };
 /// Component type of the initial data; the default is unsigned bytes.
 enum class Type { Default = -1 };
 
-/// A two-dimensional texture of the current context.
+/// A two-dimensional texture of the current context. The format and the type have one value each so
+/// far and are not looked at.
 class Texture2D {
  public:
-  /// Sizes in texels; mipmaps asks for a mipmap filter; null data leaves the texels undefined.
+  /// Sizes in texels; mipmaps asks for a mipmap filter. The data are width * height RGBA texels,
+  /// copied here; null leaves the texels undefined. Leaves no texture bound.
   Texture2D(InternalFormat format, int width, int height, bool mipmaps, const void* data,
             Type type);
   ~Texture2D();
   Texture2D(const Texture2D&) = delete;
   Texture2D& operator=(const Texture2D&) = delete;
 
+  /// OpenGL's name for it, which stays this object's.
   unsigned id() const { return fTexture; }
 
  private:
@@ -59,6 +65,7 @@ class Framebuffer {
   Framebuffer(const Framebuffer&) = delete;
   Framebuffer& operator=(const Framebuffer&) = delete;
 
+  /// Makes it the target of drawing.
   void bind();
   /// Makes the texture's level the colorIndex-th colour attachment; the object must be bound and
   /// the texture outlive it.
