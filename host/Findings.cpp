@@ -46,10 +46,10 @@ void Findings::take(const ReportLine& line) {
     case ReportLine::Kind::Skipped:
       takeSkipped(line.name);
       break;
-    case ReportLine::Kind::Run:
+    case ReportLine::Kind::OfRun:
       takeRun(line);
       break;
-    case ReportLine::Kind::Answer:
+    case ReportLine::Kind::OfGpu:
       takeAnswer(line);
       break;
     case ReportLine::Kind::Unknown:

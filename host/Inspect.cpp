@@ -86,7 +86,7 @@ class Supervision {
         fOptions(options),
         fBegan(launcher.now()),
         fEnd(plus(fBegan, options.deadline - reserve(options.deadline))),
-        fFindings(Findings::Report::Ours, options.skip, options.onAnswer)) {}
+        fFindings(Findings::Report::Ours, options.skip, options.onAnswer) {}
 
   Inspection run();
 

@@ -163,14 +163,14 @@ ReportLine ParseReportLine(std::string_view line) {
   result.kind = ReportLine::Kind::Unknown;
   for (const protocol::RunLine& run : protocol::kRunLines) {
     if (result.name != run.key) continue;
-    result.kind = ReportLine::Kind::Run;
+    result.kind = ReportLine::Kind::OfRun;
     result.run = &run;
     result.value = readValue(run.kind, result.text);
     return result;
   }
   Asked asked;
   if (!readQuestion(result.name, asked)) return result;
-  result.kind = ReportLine::Kind::Answer;
+  result.kind = ReportLine::Kind::OfGpu;
   result.question = asked.question;
   result.gpu = asked.gpu;
   result.value = readAnswer(*asked.question, result.text);

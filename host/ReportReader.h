@@ -14,8 +14,8 @@ struct ReportLine {
     Nothing,  ///< a comment, the number of an enumerant, or no "Key=value" at all
     Asking,   ///< the question or stage `name` was about to be asked
     Skipped,  ///< `name` was left out
-    Run,      ///< about the run
-    Answer,   ///< of a GPU
+    OfRun,    ///< about the run
+    OfGpu,    ///< an answer of a GPU
     Unknown,  ///< a key that this version doesn't know
   };
 
@@ -25,9 +25,9 @@ struct ReportLine {
   const protocol::RunLine* run = nullptr;
   const protocol::Question* question = nullptr;
   int gpu = 0;  ///< the number in the tag
-  /// Run and Answer: the value. Failed where it is none of its kind or not finite; Unknown where it
+  /// OfRun and OfGpu: the value. Failed where it is none of its kind or not finite; Unknown where it
   /// is the sign for that (docs/report.md); Absent for the CUDA version of a driver without CUDA.
-  host::Answer value = Reason::Unknown;
+  Answer value = Reason::Unknown;
 };
 
 /// Reads a line without its line end; a CR there doesn't count.
