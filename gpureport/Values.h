@@ -1,0 +1,28 @@
+#pragma once
+
+/// What the forms for machines and the page share.
+
+#include <chrono>
+#include <cstddef>
+#include <string>
+
+#include "host/Inspection.h"
+
+namespace gpureport {
+
+/// "opengl" or "opencl".
+const char* ApiWord(protocol::GPUKind kind);
+
+/// The text of a field, empty where there is none.
+std::string TextOf(const host::Gpu& gpu, const char* field);
+
+/// "integrated", "discrete" or an empty text.
+std::string TypeOf(const host::Gpu& gpu);
+
+/// At most so many bytes, valid UTF-8.
+std::string Cut(const std::string& text, std::size_t bytes);
+
+/// "2026-11-21T20:45:03Z"
+std::string UtcTime(std::chrono::system_clock::time_point time);
+
+}  // namespace gpureport
