@@ -40,8 +40,8 @@ struct Options {
 };
 
 /// Runs the probe, again without what it did not survive, until the report is whole or the deadline
-/// is near. Returns by the deadline, or up to 100 ms later where a child resists. Throws nothing but
-/// std::bad_alloc.
+/// is near. Returns by the deadline, or up to 100 ms later where a child resists. Throws nothing
+/// but std::bad_alloc.
 Inspection Inspect(nkutil::ConsoleAppLauncher& launcher, const Options& options);
 
 /// An existing report, read as Inspect() reads one; Torn without its end.

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace host {
+
+/// What a place of a text holds.
+struct Utf8Character {
+  char32_t code = 0;     ///< U+FFFD for a byte that begins no character
+  std::size_t size = 0;  ///< bytes that it takes
+};
+
+/// The character at the beginning of the text, which is not empty.
+Utf8Character FirstCharacter(std::string_view text);
+
+/// The text with U+FFFD in place of every byte that is not UTF-8: drivers write what they like.
+std::string ValidUtf8(std::string_view text);
+
+}  // namespace host
