@@ -2,11 +2,11 @@
 
 /// What the forms for machines and the page share.
 
-#include <chrono>
 #include <cstddef>
 #include <string>
 
 #include "host/Inspection.h"
+#include "host/Text.h"
 
 namespace gpureport {
 
@@ -22,7 +22,6 @@ std::string TypeOf(const host::Gpu& gpu);
 /// At most so many bytes, valid UTF-8.
 std::string Cut(const std::string& text, std::size_t bytes);
 
-/// "2026-11-21T20:45:03Z"
-std::string UtcTime(std::chrono::system_clock::time_point time);
+using host::UtcTime;
 
 }  // namespace gpureport

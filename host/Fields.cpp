@@ -95,7 +95,7 @@ std::optional<std::string> isoDay(int year, int month, int day) {
     const boost::gregorian::date date(static_cast<unsigned short>(year),
                                       static_cast<unsigned short>(month),
                                       static_cast<unsigned short>(day));
-    char text[16];
+    char text[40];
     std::snprintf(text, sizeof text, "%04d-%02d-%02d", static_cast<int>(date.year()),
                   static_cast<int>(date.month()), static_cast<int>(date.day()));
     return text;

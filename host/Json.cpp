@@ -1,7 +1,5 @@
 #include "host/Json.h"
 
-#include <boost/date_time/posix_time/conversion.hpp>
-#include <boost/date_time/posix_time/posix_time_types.hpp>
 #include <cmath>
 #include <nlohmann/json.hpp>
 
@@ -27,24 +25,6 @@ Json orNull(const std::string& text) {
 /// To the millisecond: more says nothing and reads badly.
 double rounded(double seconds) {
   return std::round(seconds * 1000) / 1000;
-}
-
-std::string isoTime(std::chrono::system_clock::time_point time) {
-  const auto seconds =
-      std::chrono::duration_cast<std::chrono::seconds>(time.time_since_epoch()).count();
-  try {
-    const boost::posix_time::ptime moment = boost::posix_time::from_time_t(seconds);
-    const boost::gregorian::date day = moment.date();
-    const boost::posix_time::time_duration clock = moment.time_of_day();
-    char text[32];
-    std::snprintf(text, sizeof text, "%04d-%02d-%02dT%02d:%02d:%02dZ", static_cast<int>(day.year()),
-                  static_cast<int>(day.month()), static_cast<int>(day.day()),
-                  static_cast<int>(clock.hours()), static_cast<int>(clock.minutes()),
-                  static_cast<int>(clock.seconds()));
-    return text;
-  } catch (const std::exception&) {  // a year that the calendar has not
-    return "1970-01-01T00:00:00Z";
-  }
 }
 
 Json valueJson(const Value& value) {
@@ -144,7 +124,7 @@ std::string ToJson(const Inspection& inspection) {
   const Json all{{"schema", "gpuprobe-report"},
                  {"schema_version", 1},
                  {"tool", {{"name", "gpureport"}, {"version", GPUPROBE_VERSION}}},
-                 {"created_at", isoTime(inspection.createdAt)},
+                 {"created_at", UtcTime(inspection.createdAt)},
                  {"run", runJson(inspection)},
                  {"incidents", std::move(incidents)},
                  {"opengl", apiJson(inspection.openGL)},

@@ -1,6 +1,7 @@
 #pragma once
 
-#include <cstdint>
+#include <chrono>
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -17,5 +18,8 @@ Utf8Character FirstCharacter(std::string_view text);
 
 /// The text with U+FFFD in place of every byte that is not UTF-8: drivers write what they like.
 std::string ValidUtf8(std::string_view text);
+
+/// "2026-11-21T20:45:03Z".
+std::string UtcTime(std::chrono::system_clock::time_point time);
 
 }  // namespace host
