@@ -19,14 +19,14 @@ using Group = host::Field::Group;
 /// Where on a card an answer stands.
 enum class Place { Title, Subtitle, Tile, Scale, Fact, Limit, Extension };
 
-struct Look {
+struct Layout {
   const char* field;
   Place place;
   const char* title;
 };
 /// In the order of a card. What has no row here stands among the extensions, the limits, or, when
 /// it is new, after the other facts.
-constexpr Look kLooks[] = {
+constexpr Layout kLayouts[] = {
     {"name", Place::Title, ""},
     {"vendor", Place::Subtitle, ""},
     {"version", Place::Tile, "OpenGL"},
@@ -55,14 +55,14 @@ constexpr Look kLooks[] = {
 /// An answer with what a card needs to show it.
 struct Entry {
   const host::Field* field;
-  Look look;
+  Layout layout;
   host::Answer answer;  ///< in the field's unit
 };
 
-Look lookOf(const host::Field& field) {
-  for (const Look& look : kLooks) {
-    if (field.name == look.field) {
-      return look;
+Layout layoutOf(const host::Field& field) {
+  for (const Layout& layout : kLayouts) {
+    if (field.name == layout.field) {
+      return layout;
     }
   }
   return {field.name.c_str(),
@@ -76,14 +76,14 @@ Look lookOf(const host::Field& field) {
 std::vector<Entry> entriesOf(const host::Gpu& gpu) {
   std::vector<Entry> entries;
   const std::vector<host::Field>& fields = host::Fields(gpu.kind);
-  for (std::size_t i = 0; i < fields.size() && i < gpu.answers.size(); ++i) {
-    entries.push_back(
-        {&fields[i], lookOf(fields[i]), host::Converted(fields[i], gpu.answers[i])});
+  for (std::size_t i = 0; i < fields.size(); ++i) {
+    entries.push_back({&fields[i], layoutOf(fields[i]),
+                       i < gpu.answers.size() ? host::Converted(fields[i], gpu.answers[i])
+                                              : host::Answer(host::Reason::NotReached)});
   }
   const auto row = [](const Entry& entry) {
-    return std::find_if(std::begin(kLooks), std::end(kLooks), [&](const Look& look) {
-      return entry.look.field == look.field;
-    });
+    return std::find_if(std::begin(kLayouts), std::end(kLayouts),
+                        [&](const Layout& layout) { return entry.layout.field == layout.field; });
   };
   std::stable_sort(entries.begin(), entries.end(),
                    [&](const Entry& a, const Entry& b) { return row(a) < row(b); });
@@ -112,7 +112,7 @@ struct Shown {
 };
 
 Shown shown(const Entry& entry) {
-  const bool isTile = entry.look.place == Place::Tile;
+  const bool isTile = entry.layout.place == Place::Tile;
   if (const auto* flag = valueOf<bool>(entry.answer)) {
     const char* value = *flag ? "true" : "false";
     if (isTile) {
@@ -126,7 +126,7 @@ Shown shown(const Entry& entry) {
   }
   const std::string unit = entry.field->question->unit;
   const auto* integer = valueOf<std::int64_t>(entry.answer);
-  if (integer && entry.look.place != Place::Scale) {
+  if (integer && entry.layout.place != Place::Scale) {
     return {std::to_string(*integer), std::to_string(*integer) + ' ' + unit};
   }
   const double figure = figureOf(entry.answer).value_or(0);
@@ -174,21 +174,20 @@ std::string barHtml(double value, double end) {
 }
 
 std::string scaleHtml(const Entry& entry, const std::string& html, const Scales& scales) {
-  std::string content =
-      Element("figcaption", Element("span", Escaped(entry.look.title)) + html);
+  std::string content = Element("figcaption", Element("span", Escaped(entry.layout.title)) + html);
   const std::string unit = entry.field->question->unit;
   const auto end = scales.find(unit);
   if (const auto figure = figureOf(entry.answer); figure && end != scales.end()) {
-    content += barHtml(*figure, end->second) +
-               Element("div class=\"ends\"",
-                       Element("span", "0") +
-                           Element("span", Escaped(Quantity(end->second, unit))));
+    content +=
+        barHtml(*figure, end->second) +
+        Element("div class=\"ends\"",
+                Element("span", "0") + Element("span", Escaped(Quantity(end->second, unit))));
   }
   return Element("figure class=\"scale\"", content);
 }
 
 std::string rowHtml(const Entry& entry, const std::string& html) {
-  return Element("tr", Element("td", Element("code", Escaped(entry.look.title))) +
+  return Element("tr", Element("td", Element("code", Escaped(entry.layout.title))) +
                            Element("td class=\"number\"", html));
 }
 
@@ -205,7 +204,7 @@ Scales ScalesFor(const host::Inspection& inspection) {
     for (const host::Gpu& gpu : api->gpus) {
       for (const Entry& entry : entriesOf(gpu)) {
         const auto figure = figureOf(entry.answer);
-        if (figure && *figure > 0 && entry.look.place == Place::Scale) {
+        if (figure && *figure > 0 && entry.layout.place == Place::Scale) {
           const char* unit = entry.field->question->unit;
           scales[unit] = std::max(scales[unit], scaleEnd(*figure, std::strcmp(unit, "MiB") == 0));
         }
@@ -221,10 +220,10 @@ std::string Card(const host::Gpu& gpu, const Scales& scales) {
   std::size_t supported = 0;
   for (const Entry& entry : entriesOf(gpu)) {
     const std::string answer = answerHtml(gpu, entry);
-    const Place place = entry.look.place;
+    const Place place = entry.layout.place;
     html[place] += place == Place::Tile || place == Place::Fact
-                       ? Definition(entry.look.title, answer)
-                   : place == Place::Scale                              ? scaleHtml(entry, answer, scales)
+                       ? Definition(entry.layout.title, answer)
+                   : place == Place::Scale ? scaleHtml(entry, answer, scales)
                    : place == Place::Limit || place == Place::Extension ? rowHtml(entry, answer)
                                                                         : answer;
     if (place == Place::Extension) {
@@ -235,10 +234,9 @@ std::string Card(const host::Gpu& gpu, const Scales& scales) {
   }
   const std::string losses = Losses(gpu);
   return Element("article class=\"card\"",
-                 Element("header",
-                         Element("div", Element("h3", html[Place::Title]) +
-                                            Element("p", html[Place::Subtitle])) +
-                             Element("code", Escaped(gpu.tag()))) +
+                 Element("header", Element("div", Element("h3", html[Place::Title]) +
+                                                      Element("p", html[Place::Subtitle])) +
+                                       Element("code", Escaped(gpu.tag()))) +
                      (losses.empty() ? "" : Element("p class=\"losses bad\"", Escaped(losses))) +
                      Element("dl class=\"tiles\"", html[Place::Tile]) + html[Place::Scale] +
                      Element("dl class=\"facts\"", html[Place::Fact]) +
@@ -263,9 +261,9 @@ std::string Losses(const host::Gpu& gpu) {
     text += (text.empty() ? "" : ", ") + std::string(Words(reason)) + " (" +
             std::to_string(number) + ')';
   }
-  return text.empty() ? text
-                      : Counted(total, "answer") + (total == 1 ? " is" : " are") + " missing: " +
-                            text;
+  return text.empty()
+             ? text
+             : Counted(total, "answer") + (total == 1 ? " is" : " are") + " missing: " + text;
 }
 
 }  // namespace gpureport

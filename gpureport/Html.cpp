@@ -18,19 +18,21 @@ constexpr std::size_t kMostRows = 300;
 enum class Tone { Good, Neutral, Warn, Bad };
 
 const char* style(Tone tone) {
-  return tone == Tone::Good ? "good" : tone == Tone::Neutral ? "" : tone == Tone::Warn ? "warn" : "bad";
+  return tone == Tone::Good      ? "good"
+         : tone == Tone::Neutral ? ""
+         : tone == Tone::Warn    ? "warn"
+                                 : "bad";
 }
 
 std::string icon(Tone tone) {
-  const char* shape =
-      tone == Tone::Good ? "<path d=\"m6.5 12.5 3.5 3.5 7.5-8\"/>"
-      : tone == Tone::Warn ? "<path d=\"M12 6.5v7M12 17v.5\"/>"
-                           : "<path d=\"m8 8 8 8M16 8l-8 8\"/>";
-  return Element(std::string("svg class=\"tone\" aria-hidden=\"true\" viewBox=\"0 0 24 24\" "
-                             "fill=\"none\" stroke=\"currentColor\" stroke-width=\"2.25\" "
-                             "stroke-linecap=\"round\" stroke-linejoin=\"round\""),
-                 "<circle cx=\"12\" cy=\"12\" r=\"10.5\" stroke-width=\"1.75\"/>" +
-                     std::string(shape));
+  const char* shape = tone == Tone::Good   ? "<path d=\"m6.5 12.5 3.5 3.5 7.5-8\"/>"
+                      : tone == Tone::Warn ? "<path d=\"M12 6.5v7M12 17v.5\"/>"
+                                           : "<path d=\"m8 8 8 8M16 8l-8 8\"/>";
+  return Element(
+      std::string("svg class=\"tone\" aria-hidden=\"true\" viewBox=\"0 0 24 24\" "
+                  "fill=\"none\" stroke=\"currentColor\" stroke-width=\"2.25\" "
+                  "stroke-linecap=\"round\" stroke-linejoin=\"round\""),
+      "<circle cx=\"12\" cy=\"12\" r=\"10.5\" stroke-width=\"1.75\"/>" + std::string(shape));
 }
 
 struct Verdict {
@@ -42,19 +44,27 @@ Verdict verdictOf(const host::Inspection& inspection) {
   switch (inspection.status) {
     case host::Status::Complete:
       break;
-    case host::Status::Partial: return {Tone::Warn, "Some questions failed"};
-    case host::Status::Hung: return {Tone::Bad, "A driver hung"};
-    case host::Status::Crashed: return {Tone::Bad, "A driver crashed"};
-    case host::Status::Stuck: return {Tone::Bad, "A driver hangs and can't be ended"};
-    case host::Status::FailedToStart: return {Tone::Bad, "The probe could not be started"};
-    case host::Status::Torn: return {Tone::Warn, "The report has no end"};
+    case host::Status::Partial:
+      return {Tone::Warn, "Some questions failed"};
+    case host::Status::Hung:
+      return {Tone::Bad, "A driver hung"};
+    case host::Status::Crashed:
+      return {Tone::Bad, "A driver crashed"};
+    case host::Status::Stuck:
+      return {Tone::Bad, "A driver hangs and can't be ended"};
+    case host::Status::FailedToStart:
+      return {Tone::Bad, "The probe could not be started"};
+    case host::Status::Torn:
+      return {Tone::Warn, "The report has no end"};
   }
   return inspection.openGL.gpus.empty() && inspection.openCL.gpus.empty()
              ? Verdict{Tone::Warn, "No GPU answers"}
              : Verdict{Tone::Good, "Every question was answered"};
 }
 
-std::string seconds(double value) { return Escaped(Quantity(value, "seconds")); }
+std::string seconds(double value) {
+  return Escaped(Quantity(value, "seconds"));
+}
 
 std::string headHtml(const host::Inspection& inspection) {
   const Verdict verdict = verdictOf(inspection);
@@ -75,10 +85,10 @@ std::string headHtml(const host::Inspection& inspection) {
                  Element("h1", "GPU report") +
                      Element("time datetime=\"" + time + '"',
                              time.substr(0, 10) + ' ' + time.substr(11, 8) + " UTC")) +
-         Element(std::string("div class=\"verdict ") + style(verdict.tone) + '"',
-                 icon(verdict.tone) +
-                     Element("div", Element("strong", verdict.text) +
-                                        (more.empty() ? more : Element("p", more)))) +
+         Element(
+             std::string("div class=\"verdict ") + style(verdict.tone) + '"',
+             icon(verdict.tone) + Element("div", Element("strong", verdict.text) +
+                                                     (more.empty() ? more : Element("p", more)))) +
          '\n';
 }
 
@@ -100,38 +110,32 @@ std::string tilesHtml(const host::Inspection& inspection) {
 
 const char* deed(host::Incident::Kind kind) {
   switch (kind) {
-    case host::Incident::Kind::Hung: return "did not come back";
-    case host::Incident::Kind::Crashed: return "crashed";
-    case host::Incident::Kind::Exited: return "ended the probe";
-    case host::Incident::Kind::Stuck: return "hangs and can't be ended";
+    case host::Incident::Kind::Hung:
+      return "did not come back";
+    case host::Incident::Kind::Crashed:
+      return "crashed";
+    case host::Incident::Kind::Exited:
+      return "ended the probe";
+    case host::Incident::Kind::Stuck:
+      return "hangs and can't be ended";
   }
   return "";
 }
 
 const char* proof(host::Incident::Evidence evidence) {
   switch (evidence) {
-    case host::Incident::Evidence::None: break;
-    case host::Incident::Evidence::CrashLine: return "the crash was in it";
-    case host::Incident::Evidence::ProgramCounter: return "the thread was running in it";
-    case host::Incident::Evidence::StackScan: return "found on the thread's stack";
-    case host::Incident::Evidence::Announced: return "only by what was being asked";
+    case host::Incident::Evidence::None:
+      break;
+    case host::Incident::Evidence::CrashLine:
+      return "the crash was in it";
+    case host::Incident::Evidence::ProgramCounter:
+      return "the thread was running in it";
+    case host::Incident::Evidence::StackScan:
+      return "found on the thread's stack";
+    case host::Incident::Evidence::Announced:
+      return "only by what was being asked";
   }
   return "";
-}
-
-/// What a person can do, as HTML.
-std::string adviceHtml(const host::Incident& incident) {
-  std::string html = incident.kind == host::Incident::Kind::Stuck ? "Restart the machine, then update "
-                                                                  : "Update ";
-  html += incident.package   ? "the package " + Foreign(*incident.package)
-          : incident.library ? "the driver that this library belongs to"
-                             : "the driver of this GPU";
-  if (!incident.question.empty() && incident.question != "release") {
-    const std::string name = (incident.gpu ? *incident.gpu + '.' : "") + incident.question;
-    html += ". Until then, " + Element("code", Foreign("gpureport --skip '" + name + "'")) +
-            " asks everything else";
-  }
-  return html + '.';
 }
 
 std::string incidentHtml(const host::Incident& incident) {
@@ -155,12 +159,12 @@ std::string incidentHtml(const host::Incident& incident) {
   }
   facts += library.empty() ? library : Definition("Library", Foreign(library + offset), "wide");
   fact("How that is known", proof(incident.evidence));
-  return Element("article class=\"card incident bad\"",
-                 Element("h3", Foreign(file.empty() ? "A driver" : file) + ' ' +
-                                   deed(incident.kind)) +
-                     Element("dl class=\"facts\"", facts) +
-                     Element("p class=\"todo\"",
-                             Element("strong", "What to do") + ' ' + adviceHtml(incident))) +
+  return Element(
+             "article class=\"card incident bad\"",
+             Element("h3", Foreign(file.empty() ? "A driver" : file) + ' ' + deed(incident.kind)) +
+                 Element("dl class=\"facts\"", facts) +
+                 Element("p class=\"todo\"",
+                         Element("strong", "What to do") + ' ' + Foreign(Advice(incident)))) +
          '\n';
 }
 
@@ -169,7 +173,8 @@ std::string incidentsHtml(const host::Inspection& inspection) {
   for (const host::Incident& incident : inspection.incidents) {
     html += incidentHtml(incident);
   }
-  return html.empty() ? html : Element("section id=\"incidents\"", Element("h2", "Incidents") + html);
+  return html.empty() ? html
+                      : Element("section id=\"incidents\"", Element("h2", "Incidents") + html);
 }
 
 std::string apiHtml(const char* title, const char* id, const host::Api& api, const Scales& scales) {
@@ -180,7 +185,8 @@ std::string apiHtml(const char* title, const char* id, const host::Api& api, con
   };
   const auto said = [&]() -> Said {
     switch (api.status) {
-      case host::ApiStatus::Ok: return {"works", Tone::Good, "It works, but has no GPU."};
+      case host::ApiStatus::Ok:
+        return {"works", Tone::Good, "It works, but has no GPU."};
       case host::ApiStatus::Absent:
         return {"none", Tone::Neutral, "Nothing could answer: there is no library, or no device."};
       case host::ApiStatus::Hung:
@@ -196,12 +202,12 @@ std::string apiHtml(const char* title, const char* id, const host::Api& api, con
   for (const host::Gpu& gpu : api.gpus) {
     cards += Card(gpu, scales);
   }
-  return Element(
-      "section class=\"" + std::string(id) + "\" id=\"" + id + '"',
-      Element("h2", title + (' ' + Element(std::string("span class=\"pill ") + style(said.tone) + '"',
-                                           said.word))) +
-          (cards.empty() ? Element("p class=\"card empty\"", said.whenEmpty)
-                         : Element("div class=\"cards\"", cards)));
+  return Element("section class=\"" + std::string(id) + "\" id=\"" + id + '"',
+                 Element("h2", title + (' ' + Element(std::string("span class=\"pill ") +
+                                                          style(said.tone) + '"',
+                                                      said.word))) +
+                     (cards.empty() ? Element("p class=\"card empty\"", said.whenEmpty)
+                                    : Element("div class=\"cards\"", cards)));
 }
 
 /// A folded table of what came beside the answers; empty without rows.
@@ -232,16 +238,15 @@ std::string looseEnds(const char* title, const char* head, const Rows& rows, Cel
 std::string Html(const host::Inspection& inspection) {
   const Scales scales = ScalesFor(inspection);
   // Where nothing ran, there is nothing to tell about the GPUs.
-  const std::string answers =
-      inspection.status == host::Status::FailedToStart
-          ? ""
-          : tilesHtml(inspection) + incidentsHtml(inspection) +
-                apiHtml("OpenGL", "opengl", inspection.openGL, scales) +
-                apiHtml("OpenCL", "opencl", inspection.openCL, scales);
+  const std::string answers = inspection.status == host::Status::FailedToStart
+                                  ? ""
+                                  : tilesHtml(inspection) + incidentsHtml(inspection) +
+                                        apiHtml("OpenGL", "opengl", inspection.openGL, scales) +
+                                        apiHtml("OpenCL", "opencl", inspection.openCL, scales);
   const std::string body =
       headHtml(inspection) + answers +
-      looseEnds("What drivers wrote",
-                "<tr><th>Attempt</th><th>While asking</th><th>Text</th></tr>", inspection.messages,
+      looseEnds("What drivers wrote", "<tr><th>Attempt</th><th>While asking</th><th>Text</th></tr>",
+                inspection.messages,
                 [](const host::Message& message) {
                   return Element("td", std::to_string(message.attempt)) +
                          Element("td", Foreign(message.question)) +
@@ -261,8 +266,7 @@ std::string Html(const host::Inspection& inspection) {
          "<meta name=\"color-scheme\" content=\"light dark\">\n" +
          Element("title", "GPU report: " + std::string(verdictOf(inspection).text)) +
          Element("style", kPageStyle) + "</head>\n" +
-         Element("body", Element("main data-status=\"" +
-                                     std::string(name(inspection.status)) + '"',
+         Element("body", Element("main data-status=\"" + std::string(name(inspection.status)) + '"',
                                  body)) +
          "</html>\n";
 }

@@ -44,8 +44,7 @@ std::optional<std::pair<int, int>> version(const host::Gpu& gpu) {
   const std::string text =
       TextOf(gpu, gpu.kind == protocol::GPUKind::OpenGL ? "version" : "device_version");
   std::pair<int, int> number;
-  const bool isVersion =
-      std::sscanf(text.c_str(), "%4d.%4d", &number.first, &number.second) == 2;
+  const bool isVersion = std::sscanf(text.c_str(), "%4d.%4d", &number.first, &number.second) == 2;
   return isVersion ? std::optional(number) : std::nullopt;
 }
 

@@ -16,11 +16,16 @@ struct Step {
 };
 /// From large to small; a value takes the first that it fills.
 constexpr Step kSteps[] = {
-    {"MiB", 1024.0 * 1024 * 1024, "GiB"},   {"MiB", 1024.0 * 1024, "MiB"},
-    {"bytes per second", 1e12, "TB/s"},     {"bytes per second", 1e9, "GB/s"},
-    {"bytes per second", 1e6, "MB/s"},      {"bytes per second", 1e3, "kB/s"},
-    {"bytes per second", 1, "B/s"},         {"seconds", 1, "s"},
-    {"seconds", 1e-3, "ms"},                {"seconds", 1e-6, "µs"},
+    {"MiB", 1024.0 * 1024 * 1024, "GiB"},
+    {"MiB", 1024.0 * 1024, "MiB"},
+    {"bytes per second", 1e12, "TB/s"},
+    {"bytes per second", 1e9, "GB/s"},
+    {"bytes per second", 1e6, "MB/s"},
+    {"bytes per second", 1e3, "kB/s"},
+    {"bytes per second", 1, "B/s"},
+    {"seconds", 1, "s"},
+    {"seconds", 1e-3, "ms"},
+    {"seconds", 1e-6, "µs"},
     {"seconds", 1e-9, "ns"},
 };
 
@@ -30,11 +35,21 @@ std::string Escaped(const std::string& text) {
   std::string html;
   for (const char c : host::ValidUtf8(text)) {
     switch (c) {
-      case '&': html += "&amp;"; break;
-      case '<': html += "&lt;"; break;
-      case '>': html += "&gt;"; break;
-      case '"': html += "&quot;"; break;
-      case '\'': html += "&#39;"; break;
+      case '&':
+        html += "&amp;";
+        break;
+      case '<':
+        html += "&lt;";
+        break;
+      case '>':
+        html += "&gt;";
+        break;
+      case '"':
+        html += "&quot;";
+        break;
+      case '\'':
+        html += "&#39;";
+        break;
       default:
         html += static_cast<unsigned char>(c) < 0x20 || c == 0x7f ? std::string("\xef\xbf\xbd")
                                                                   : std::string(1, c);
@@ -56,15 +71,14 @@ std::string Element(const std::string& opening, const std::string& html) {
   return '<' + opening + '>' + html + "</" + opening.substr(0, opening.find(' ')) + '>';
 }
 
-std::string Definition(const std::string& name, const std::string& html,
-                       const std::string& style) {
+std::string Definition(const std::string& name, const std::string& html, const std::string& style) {
   return Element(style.empty() ? "div" : "div class=\"" + style + '"',
                  Element("dt", Escaped(name)) + Element("dd", html));
 }
 
 std::string Folded(const std::string& title, const std::string& note, const std::string& html) {
-  return Element("details", Element("summary", Escaped(title) + Element("small", Escaped(note))) +
-                                html) +
+  return Element("details",
+                 Element("summary", Escaped(title) + Element("small", Escaped(note))) + html) +
          '\n';
 }
 
@@ -98,15 +112,38 @@ std::string Counted(std::size_t number, const std::string& noun) {
   return std::to_string(number) + ' ' + noun + (number == 1 ? "" : "s");
 }
 
+std::string Advice(const host::Incident& incident) {
+  const std::string culprit = incident.package   ? "the package " + *incident.package
+                              : incident.library ? "the driver that this library belongs to"
+                                                 : "the graphics driver";
+  const bool isStuck = incident.kind == host::Incident::Kind::Stuck;
+  std::string text = (isStuck ? "Restart the machine, then update " : "Update ") + culprit + '.';
+  if (incident.question.empty() || incident.question == "release") {
+    return text;
+  }
+  std::string name = (incident.gpu ? *incident.gpu + '.' : "") + incident.question;
+  for (std::size_t comma = 0; (comma = name.find(',', comma)) != std::string::npos;) {
+    name.replace(comma, 1, "%2C");
+  }
+  return text + " Until then, gpureport --skip '" + name + "' asks everything else.";
+}
+
 const char* Words(host::Reason reason) {
   switch (reason) {
-    case host::Reason::Hung: return "driver hung";
-    case host::Reason::Crashed: return "driver crashed";
-    case host::Reason::NotReached: return "not reached";
-    case host::Reason::NotAsked: return "not asked";
-    case host::Reason::Failed: return "driver error";
-    case host::Reason::Absent: return "none";
-    case host::Reason::Unknown: return "unknown";
+    case host::Reason::Hung:
+      return "driver hung";
+    case host::Reason::Crashed:
+      return "driver crashed";
+    case host::Reason::NotReached:
+      return "not reached";
+    case host::Reason::NotAsked:
+      return "not asked";
+    case host::Reason::Failed:
+      return "driver error";
+    case host::Reason::Absent:
+      return "none";
+    case host::Reason::Unknown:
+      return "unknown";
   }
   return "";
 }

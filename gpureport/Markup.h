@@ -1,6 +1,7 @@
 #pragma once
 
-/// Pieces of HTML. Every function takes plain text unless it says "html".
+/// Pieces of HTML, and words that every form for people uses. Functions take plain text unless a
+/// parameter says "html".
 
 #include <cstddef>
 #include <string>
@@ -33,6 +34,9 @@ std::string Quantity(double value, const std::string& unit);
 
 /// An amount with the right form of its noun: "1 answer", "2 answers".
 std::string Counted(std::size_t number, const std::string& noun);
+
+/// What a person can do about an incident.
+std::string Advice(const host::Incident& incident);
 
 /// Why an answer is missing, in words for people.
 const char* Words(host::Reason reason);

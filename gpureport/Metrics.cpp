@@ -84,9 +84,9 @@ void writeRun(Families& families, const host::Inspection& inspection) {
   families.sample({}, inspection.durationSeconds);
   families.begin("gpuprobe_last_run_timestamp_seconds", "When the last run was, Unix time.");
   if (const auto time = inspection.createdAt.time_since_epoch(); time.count() != 0) {
-    families.sample({}, std::chrono::duration<double>(
-                            std::chrono::duration_cast<std::chrono::seconds>(time))
-                            .count());
+    families.sample(
+        {}, std::chrono::duration<double>(std::chrono::duration_cast<std::chrono::seconds>(time))
+                .count());
   }
 }
 

@@ -71,8 +71,9 @@ TEST(Metrics, EscapesTextsAndKeepsThemShort) {
 
 TEST(Metrics, UnknownHasNoSampleAndNoSeriesComesTwice) {
   const std::string text = Prometheus(inspectionOf("x"));
-  EXPECT_THAT(linesOf(text, "^gpuprobe_gpu_memory_bytes"),
-              testing::ElementsAre("gpuprobe_gpu_memory_bytes{api=\"opengl\",gpu=\"0\"} 2147483648"));
+  EXPECT_THAT(
+      linesOf(text, "^gpuprobe_gpu_memory_bytes"),
+      testing::ElementsAre("gpuprobe_gpu_memory_bytes{api=\"opengl\",gpu=\"0\"} 2147483648"));
   EXPECT_THAT(linesOf(text, "^gpuprobe_opencl_"), testing::IsEmpty());
   EXPECT_THAT(linesOf(text, "^gpuprobe_incident_info"), testing::SizeIs(1));
   EXPECT_THAT(text, HasSubstr("gpu=\"1\",reason=\"crashed\"} 1\n"));
@@ -94,9 +95,11 @@ TEST(Labels, AreWhatKubernetesTakes) {
                                    "TM-M-ller-GPU-2-GHz-x86_64"));
   for (const std::string& name : {umlauts, std::string(62, 'a') + "(b)", std::string(1 << 20, '.'),
                                   std::string("\0x", 2), std::string(62, 'a') + "\xc3\xbc"}) {
-    for (const std::string& line : linesOf(Labels(inspectionOf(name), "gpu.example.com/"), "^[^#]")) {
-      EXPECT_TRUE(std::regex_match(line, std::regex("gpu\\.example\\.com/gpuprobe(\\.[a-z0-9-]+)+="
-                                                    "[A-Za-z0-9]([A-Za-z0-9._-]{0,61}[A-Za-z0-9])?")))
+    for (const std::string& line :
+         linesOf(Labels(inspectionOf(name), "gpu.example.com/"), "^[^#]")) {
+      EXPECT_TRUE(
+          std::regex_match(line, std::regex("gpu\\.example\\.com/gpuprobe(\\.[a-z0-9-]+)+="
+                                            "[A-Za-z0-9]([A-Za-z0-9._-]{0,61}[A-Za-z0-9])?")))
           << line;
     }
   }

@@ -76,7 +76,7 @@ TEST(Columns, AreThoseOfATerminal) {
   const struct {
     const char* text;
     int columns;
-  } rows[] = {{"abc", 3},          {"\xe5\x9b\xbe", 2},  {"e\xcc\x81", 1}, {"\xf0\x9f\x8e\xae", 2},
+  } rows[] = {{"abc", 3},          {"\xe5\x9b\xbe", 2}, {"e\xcc\x81", 1}, {"\xf0\x9f\x8e\xae", 2},
               {"\xef\xbd\xb1", 1}, {"\xef\xbc\xa1", 2}, {"\xc2\xb5s", 2}, {"", 0}};
   for (const auto& row : rows) EXPECT_EQ(ColumnsOf(row.text), row.columns) << row.text;
   EXPECT_EQ(Wrapped("one two  three", 7), (std::vector<std::string>{"one two", "three"}));
@@ -110,9 +110,10 @@ TEST(Json, WhatIsNoneIsRefused) {
   };
   for (const std::string& json :
        {std::string(), good.substr(0, good.size() - 3), std::string("{}"), std::string("[1]"),
-        std::string(100000, '['), with("gpuprobe-report", "other"), with("\"glgpu[0]\"", "\"glgpu[x]\""),
-        with("\"glgpu[0]\"", "\"glgpu[99999999999]\""), with("\"0x10de\"", "\"0xzz\""),
-        with("12884901888", "1e300"), with("12884901888", "-5"), with("\"attempts\": 2", "\"attempts\": 9e9"),
+        std::string(100000, '['), with("gpuprobe-report", "other"),
+        with("\"glgpu[0]\"", "\"glgpu[x]\""), with("\"glgpu[0]\"", "\"glgpu[99999999999]\""),
+        with("\"0x10de\"", "\"0xzz\""), with("12884901888", "1e300"), with("12884901888", "-5"),
+        with("\"attempts\": 2", "\"attempts\": 9e9"),
         with("\"attempts\": 2", "\"attempts\": 99999999999"), with("\"SIGSEGV\"", "7"),
         with("2026-", "20x6-"), with("\"status\": \"crashed\"", "\"status\": \"fine\"")}) {
     std::string error;
