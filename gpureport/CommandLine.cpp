@@ -12,15 +12,15 @@ namespace gpureport {
 
 namespace {
 
-/// A day: longer than anybody waits, short enough for every clock.
-constexpr double kLongestSeconds = 86400;
+/// Longer than anybody waits, short enough for every clock.
+constexpr double kLongestSeconds = 1e7;
 
 struct Seconds {
   double value = 0;
 
   void addTo(CLI::App& app, const char* names, const char* help) {
     app.add_option(names, value, help)
-        ->check(CLI::Range(0.001, kLongestSeconds))
+        ->check(CLI::Range(0.001, kLongestSeconds).description(""))
         ->type_name("SECONDS");
   }
   nkutil::Milliseconds milliseconds() const {
@@ -62,10 +62,12 @@ void parseShow(const std::vector<std::string>& arguments, Wanted& wanted) {
       "Asks this machine's GPUs what they can do and shows it; what a driver does not\n"
       "survive costs its own answer only.\n",
       "gpureport [show]");
+  // So that who calls a script can overrule its options.
+  app.option_defaults()->take_last();
   std::vector<std::string> names;
   for (const auto& each : formats) names.push_back(each.first);
   app.add_option("--format", format, "text, json, jsonl, prometheus, labels or html")
-      ->check(CLI::IsMember(names))
+      ->check(CLI::IsMember(names).description(""))
       ->type_name("FORMAT");
   app.add_option("-o,--output", options.output, "Into a file that is never seen half written")
       ->type_name("FILE");
@@ -107,6 +109,7 @@ void parseGuard(const std::vector<std::string>& arguments, Wanted& wanted) {
       "Runs a program, passes its streams through, and ends its whole tree at the\n"
       "deadline, and what it leaves behind.\n",
       "gpureport guard");
+  app.option_defaults()->take_last();
   deadline.addTo(app, "--deadline", "None without it");
   app.add_flag("--keep-tree", options.keepTree, "Leave alone what the program leaves running");
   app.add_option("--verdict", options.verdict, "Write how it ended, as JSON")->type_name("FILE");

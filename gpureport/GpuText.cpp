@@ -21,7 +21,7 @@ struct Part {
 
 struct RowPlan {
   const char* label;
-  std::vector<Part> parts;  ///< the first one's reason stands where the row has nothing to say
+  std::vector<Part> parts;  ///< of the first one a missing answer is always told, too
 };
 
 const std::vector<RowPlan>& planOf(protocol::GPUKind kind) {
@@ -81,25 +81,18 @@ void append(std::string& text, const std::string& more) {
 
 Row makeRow(const host::Gpu& gpu, const RowPlan& plan) {
   Row row{plan.label, {}, Look::Plain};
-  std::string lost;
-  const char* nothing = nullptr;
   for (const Part& part : plan.parts) {
     const host::Answer answer = host::FieldAnswer(gpu, part.field);
-    if (const auto* reason = std::get_if<host::Reason>(&answer)) {
-      if (!nothing) nothing = Words(*reason);
-      if (host::Reason::NotAsked == *reason || IsLost(*reason))
-        append(lost, std::string(part.field) + ": " + Words(*reason));
-      if (IsLost(*reason)) row.look = Look::Bad;
-      continue;
-    }
-    const auto& value = std::get<host::Value>(answer);
-    append(row.text, std::visit(ValueText{part, unitOf(gpu, part.field)}, value));
-  }
-  if (row.text.empty()) {
-    row.text = nothing ? nothing : "";
-    if (row.look == Look::Plain) row.look = Look::Dim;
-  } else if (!lost.empty()) {
-    append(row.text, lost);
+    const auto* reason = std::get_if<host::Reason>(&answer);
+    if (!reason)
+      append(row.text,
+             std::visit(ValueText{part, unitOf(gpu, part.field)}, std::get<host::Value>(answer)));
+    else if (&part == &plan.parts.front())
+      row.text = Words(*reason);
+    else if (IsLost(*reason))
+      append(row.text, std::string(part.field) + ": " + Words(*reason));
+    if (reason && IsLost(*reason)) row.look = Look::Bad;
+    if (reason && plan.parts.size() == 1 && !IsLost(*reason)) row.look = Look::Dim;
   }
   return row;
 }

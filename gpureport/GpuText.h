@@ -21,7 +21,7 @@ struct Row {
 Row GpuTitle(const host::Gpu& gpu);
 
 /// What a person wants to know of the GPU, limits and extensions folded. An answer that a fault
-/// took is always told; one that is unknown only where its row has nothing else.
+/// took is always told; one that is unknown only where it is a row's first.
 std::vector<Row> GpuRows(const host::Gpu& gpu);
 
 }  // namespace gpureport

@@ -131,7 +131,7 @@ std::string GuardVerdict(const GuardRun& run) {
                  {"stdout_bytes", run.outBytes},
                  {"stderr_bytes", run.errBytes},
                  {"interrupted", run.interrupted},
-         {"start_error", orNull(!run.startError.empty(), run.startError)}}},
+                 {"start_error", orNull(!run.startError.empty(), run.startError)}}},
                {"incident", guardIncident(run)}});
 }
 

@@ -32,7 +32,7 @@ class Page {
     std::string begin = first;
     begin.append(static_cast<std::size_t>(std::max(indent - ColumnsOf(first), 0)), ' ');
     for (const std::string& line : lines) {
-      fText += begin + coloured(line, look) + "\n";
+      fText += begin + coloured(withBlanks(line), look) + "\n";
       begin.assign(static_cast<std::size_t>(indent), ' ');
     }
   }
@@ -43,6 +43,13 @@ class Page {
   const std::string& text() const { return fText; }
 
  private:
+  /// The blank that kept a figure and its unit on one line would be a riddle to grep.
+  static std::string withBlanks(std::string line) {
+    static const std::string kept = "\u00a0";
+    for (std::size_t at = 0; (at = line.find(kept, at)) != std::string::npos; ++at)
+      line.replace(at, kept.size(), " ");
+    return line;
+  }
   std::string coloured(const std::string& line, Look look) const {
     static const char* const starts[] = {"", "\x1b[1m", "\x1b[2m", "\x1b[32m", "\x1b[31m"};
     if (!fStyle.colours || look == Look::Plain || line.empty()) return line;
@@ -132,17 +139,21 @@ std::string placeText(const host::Incident& incident) {
 }
 
 std::string adviceText(const host::Incident& incident) {
-  std::string text = incident.kind == host::Incident::Kind::Stuck
-                         ? "Restart the machine, then update "
-                         : "Update ";
+  std::string text =
+      incident.kind == host::Incident::Kind::Stuck ? "Restart the machine, then update " : "Update ";
   text += incident.package   ? "the package " + *incident.package
           : incident.library ? "the driver that this library belongs to"
                              : "the graphics driver";
-  if (incident.question.empty() || incident.question == "release") return text + ".";
+  return text + ".";
+}
+
+/// How to do without what was asked; empty where nothing was.
+std::string skipCommand(const host::Incident& incident) {
+  if (incident.question.empty() || incident.question == "release") return {};
   std::string name = askedAt(incident);
   for (std::size_t comma = 0; (comma = name.find(',', comma)) != std::string::npos;)
     name.replace(comma, 1, "%2C");
-  return text + ". Until then: gpureport --skip '" + name + "'";
+  return "gpureport --skip '" + name + "'";
 }
 
 void addIncidents(const host::Inspection& inspection, Page& page) {
@@ -151,7 +162,11 @@ void addIncidents(const host::Inspection& inspection, Page& page) {
     page.paragraph("! ", 2, Printable(deedText(incident)), Look::Bad);
     const std::string place = placeText(incident);
     if (!place.empty()) page.paragraph("  ", 2, Printable(place), Look::Plain);
-    page.paragraph("  ", 2, Printable(adviceText(incident)), Look::Plain);
+    const std::string skip = skipCommand(incident);
+    page.paragraph("  ", 2,
+                   Printable(adviceText(incident)) + (skip.empty() ? "" : " Until then:"),
+                   Look::Plain);
+    if (!skip.empty()) page.paragraph("  ", 4, Printable(skip), Look::Bold);
   }
 }
 
