@@ -139,8 +139,9 @@ std::string placeText(const host::Incident& incident) {
 }
 
 std::string adviceText(const host::Incident& incident) {
-  std::string text =
-      incident.kind == host::Incident::Kind::Stuck ? "Restart the machine, then update " : "Update ";
+  std::string text = incident.kind == host::Incident::Kind::Stuck
+                         ? "Restart the machine, then update "
+                         : "Update ";
   text += incident.package   ? "the package " + *incident.package
           : incident.library ? "the driver that this library belongs to"
                              : "the graphics driver";
@@ -163,8 +164,7 @@ void addIncidents(const host::Inspection& inspection, Page& page) {
     const std::string place = placeText(incident);
     if (!place.empty()) page.paragraph("  ", 2, Printable(place), Look::Plain);
     const std::string skip = skipCommand(incident);
-    page.paragraph("  ", 2,
-                   Printable(adviceText(incident)) + (skip.empty() ? "" : " Until then:"),
+    page.paragraph("  ", 2, Printable(adviceText(incident)) + (skip.empty() ? "" : " Until then:"),
                    Look::Plain);
     if (!skip.empty()) page.paragraph("  ", 4, Printable(skip), Look::Bold);
   }
