@@ -159,12 +159,16 @@ std::string incidentHtml(const host::Incident& incident) {
   }
   facts += library.empty() ? library : Definition("Library", Foreign(library + offset), "wide");
   fact("How that is known", proof(incident.evidence));
+  const std::string command = SkipCommand(incident);
+  const std::string skip = command.empty() ? ""
+                                           : " Until then, " + Element("code", Foreign(command)) +
+                                                 " asks everything else.";
   return Element(
              "article class=\"card incident bad\"",
              Element("h3", Foreign(file.empty() ? "A driver" : file) + ' ' + deed(incident.kind)) +
                  Element("dl class=\"facts\"", facts) +
-                 Element("p class=\"todo\"",
-                         Element("strong", "What to do") + ' ' + Foreign(Advice(incident)))) +
+                 Element("p class=\"todo\"", Element("strong", "What to do") + ' ' +
+                                                 Foreign(Advice(incident)) + skip)) +
          '\n';
 }
 

@@ -35,8 +35,12 @@ std::string Quantity(double value, const std::string& unit);
 /// An amount with the right form of its noun: "1 answer", "2 answers".
 std::string Counted(std::size_t number, const std::string& noun);
 
+/// "clgpu[0].CLCompute", "NumCLGPUs Portable Computing Language".
+std::string AskedAt(const host::Incident& incident);
 /// What a person can do about an incident.
 std::string Advice(const host::Incident& incident);
+/// The command that asks everything but what led to it; empty where nothing was asked.
+std::string SkipCommand(const host::Incident& incident);
 
 /// Why an answer is missing, in words for people.
 const char* Words(host::Reason reason);
