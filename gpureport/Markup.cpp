@@ -3,8 +3,8 @@
 #include <cstdio>
 #include <iterator>
 
+#include "gpureport/Columns.h"
 #include "gpureport/Values.h"
-#include "host/Text.h"
 
 namespace gpureport {
 namespace {
@@ -33,7 +33,7 @@ constexpr Step kSteps[] = {
 
 std::string Escaped(const std::string& text) {
   std::string html;
-  for (const char c : host::ValidUtf8(text)) {
+  for (const char c : Printable(text)) {
     switch (c) {
       case '&':
         html += "&amp;";
@@ -51,8 +51,7 @@ std::string Escaped(const std::string& text) {
         html += "&#39;";
         break;
       default:
-        html += static_cast<unsigned char>(c) < 0x20 || c == 0x7f ? std::string("\xef\xbf\xbd")
-                                                                  : std::string(1, c);
+        html += c;
     }
   }
   return html;

@@ -13,7 +13,7 @@ namespace gpureport {
 /// Of what is shown, in bytes; the longest honest names and messages have half of it.
 inline constexpr std::size_t kLongestText = 400;
 
-/// For content and for quoted attributes; valid UTF-8, control characters marked by U+FFFD.
+/// For content and for quoted attributes; what Printable() replaces is replaced.
 std::string Escaped(const std::string& text);
 
 /// A driver's text: kept to its own direction of writing, and cut where nobody would read on.
