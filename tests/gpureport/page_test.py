@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Loads pages of gpureport in headless Chromium and reads them there."""
 import html
 import json

@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Lets node-exporter and a Prometheus server read gpureport's metrics, and asks the server."""
 import json
 import os
