@@ -43,8 +43,8 @@ const std::vector<RowPlan>& planOf(protocol::GPUKind kind) {
       {"Driver", {{"driver_version"}}},
       {"Vendor", {{"vendor"}, {"vendor_id", "vendor %"}}},
       {"CUDA", {{"cuda_version"}}},
-      {"Copies", {{"copy_bytes_per_second"}}},
-      {"Kernel", {{"kernel_seconds"}}},
+      {"Copy speed", {{"copy_bytes_per_second"}}},
+      {"Kernel time", {{"kernel_seconds"}}},
   };
   return kind == protocol::GPUKind::OpenGL ? openGL : openCL;
 }
