@@ -13,7 +13,7 @@ namespace {
 constexpr int kLabelColumns = 14;
 constexpr std::size_t kMostMessages = 6;
 /// Of one value; who wants more of a driver's prose takes the JSON.
-constexpr std::size_t kMostLines = 6;
+constexpr std::size_t kMostLines = 8;
 
 /// Puts lines together and keeps them within the columns.
 class Page {

@@ -161,12 +161,16 @@ void ApiFindings::noteSkipped(const protocol::Question& question, int gpu, bool 
   const auto place = placeOf(question, gpu);
   if (!place) return;
   fSkipped.insert(*place);
-  if (byRequest && isOpen(answerAt(*place))) answerAt(*place) = Reason::NotAsked;
+  if (!isOpen(answerAt(*place))) return;
+  const auto lost = fLostQuestions.find(&question);
+  if (byRequest) answerAt(*place) = Reason::NotAsked;
+  // Left out of every GPU, since it can't be told which one lost it.
+  if (fGenerations.size() > 1 && lost != fLostQuestions.end()) answerAt(*place) = lost->second;
 }
 
 void ApiFindings::loseQuestion(const protocol::Question& question, int gpu, Reason reason) {
   ++fLosses;
-  fLostQuestions.insert(&question);
+  fLostQuestions.emplace(&question, reason);
   const auto place = placeOf(question, gpu);
   if (!place) return;
   if (isOpen(answerAt(*place))) answerAt(*place) = reason;
@@ -203,7 +207,7 @@ void ApiFindings::addSkips(std::vector<std::string>& names) const {
   names.insert(names.end(), fDevicesLeftOut.begin(), fDevicesLeftOut.end());
   if (fGenerations.size() == 1) return addIndexedSkips(fGenerations[0], names);
   // What the indices of the next attempt mean can't be told.
-  for (const protocol::Question* question : fLostQuestions) names.emplace_back(question->key);
+  for (const auto& [question, reason] : fLostQuestions) names.emplace_back(question->key);
 }
 
 /// Short ones, since environments are: a settled GPU by its tag, a question by its key where no

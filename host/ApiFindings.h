@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <optional>
 #include <set>
 #include <string>
@@ -88,7 +89,7 @@ class ApiFindings {
   const std::size_t fQuestionCount;
   std::vector<Generation> fGenerations;
   std::set<std::string> fDevicesLeftOut;
-  std::set<const protocol::Question*> fLostQuestions;  ///< no answer in any attempt
+  std::map<const protocol::Question*, Reason> fLostQuestions;
   std::optional<ApiStatus> fStageLoss;  ///< the worst
   bool fGivenUp = false;
   bool fAbsent = false;  ///< an attempt went past without a count

@@ -190,7 +190,10 @@ bool Supervision::attempt() {
   } else if (stop == Stop::Silent || !app->waitForEnd(limit())) {
     incident = endHung(*app);
   } else {
-    incident = incidentOf(app->ending());
+    const nkutil::Ending ending = app->ending();
+    if (ending.kind == nkutil::Ending::Kind::Exited)
+      fResult.exitCode = static_cast<int>(ending.code);
+    incident = incidentOf(ending);
   }
   const std::string asked = fFindings.asked();
   readRest(*app);
@@ -213,9 +216,11 @@ Supervision::Stop Supervision::read(nkutil::ConsoleApp& app) {
       case nkutil::Channel::Taken::Closed:
         return Stop::Closed;
       case nkutil::Channel::Taken::Timeout:
-        if (isCancelled()) return Stop::Cancelled;
-        if (fLauncher.now() >= end) return Stop::Silent;
+        break;
     }
+    // After a line, too: standard error is no sign of life and may never pause.
+    if (isCancelled()) return Stop::Cancelled;
+    if (fLauncher.now() >= limit()) return Stop::Silent;
   }
 }
 
