@@ -6,12 +6,15 @@
 //   CL_FAULT=clFinish:*:-5          every one; *:*:-5 every one of every function
 //   CL_FAULT=*:2:-5                 the second call of all
 //   CL_FAULT=clFinish:2:print      it prints on standard output first, without a line end
+//   CL_FAULT_ONCE=FILE              only while there is no FILE; it is made then, so that the fault
+//                                   comes once in all processes
 //   CL_SHORT=1                      kernels run one work-group, copies move 4 KiB
 //   CL_FAULT_COUNTS=FILE            after each call, a line "function calls faults" for each one
 //
 // The number counts the calls of that function in this process, from 1. A release that fails
 // still reaches the driver, or its leak would hide ours.
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -49,6 +52,15 @@ Fault readFault() {
 const Fault& fault() {
   static const Fault read = readFault();
   return read;
+}
+
+/// Whether a call that is to go wrong does.
+bool isDue() {
+  const char* path = std::getenv("CL_FAULT_ONCE");
+  if (!path) return true;
+  const int file = open(path, O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+  if (file != -1) close(file);
+  return file != -1;
 }
 
 bool takes(const std::string& action, std::string& argument) {
@@ -115,8 +127,8 @@ struct Hook<Member, Name> {
     ++allCalls;
     const bool any = fault().function == "*";
     const unsigned long number = any ? allCalls : count.calls;
-    const bool faulty =
-        (any || fault().function == Name) && (fault().call == 0 || fault().call == number);
+    const bool faulty = (any || fault().function == Name) &&
+                        (fault().call == 0 || fault().call == number) && isDue();
     if (faulty) ++count.faults;
     writeCounts();
     return faulty ? actOn(Name, next.*Member, arguments...) : (next.*Member)(arguments...);
