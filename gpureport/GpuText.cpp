@@ -179,7 +179,10 @@ Row extensionsRow(const host::Gpu& gpu) {
 }  // namespace
 
 Row GpuTitle(const host::Gpu& gpu) {
-  Row row = makeRow(gpu, {"", {{"name"}}});
+  // What drew the pictures is a name, too.
+  const bool named = host::FieldValue<std::string>(gpu, "name").has_value();
+  const bool drawn = host::FieldValue<std::string>(gpu, "renderer").has_value();
+  Row row = makeRow(gpu, {"", {{!named && drawn ? "renderer" : "name"}}});
   if (row.look == Look::Plain) row.look = Look::Bold;
   return row;
 }
