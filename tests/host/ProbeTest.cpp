@@ -31,7 +31,8 @@ TEST(HostProbe, LosesOneQuestionToOneDriver) {
     for (std::size_t i = 0; i + 2 < answers.size(); ++i)
       EXPECT_NE(answers[i], Answer(Reason::NotReached)) << i;
     EXPECT_EQ(result.attempts, 1);
-    std::printf("%s: %s %s\n", fault, incident.library.value_or("?").c_str(), name(incident.evidence));
+    std::printf("%s: %s %s\n", fault, incident.library.value_or("?").c_str(),
+                name(incident.evidence));
   }
 }
 
