@@ -121,8 +121,12 @@ Shown shown(const Entry& entry) {
     return {value, *flag ? "yes" : "no", *flag ? "yes" : "no"};
   }
   if (const auto* text = valueOf<std::string>(entry.answer)) {
-    // A tile has room for the number that most versions begin with.
-    return {*text, Foreign(isTile ? text->substr(0, text->find(' ')) : *text)};
+    // Most versions begin with the number, and go on with what only few want to know.
+    const std::size_t blank = isTile ? text->find(' ') : std::string::npos;
+    return {*text, Foreign(text->substr(0, blank)) +
+                       (blank == std::string::npos
+                            ? ""
+                            : Element("small", ' ' + Foreign(text->substr(blank + 1))))};
   }
   const std::string unit = entry.field->question->unit;
   const auto* integer = valueOf<std::int64_t>(entry.answer);

@@ -87,7 +87,11 @@ void parseShow(const std::vector<std::string>& arguments, Wanted& wanted) {
                  "memory>=2GiB, discrete, glsl, framebuffer, joined by commas")
       ->type_name("EXPR");
   app.add_option("--get", options.get, "Print one value: opengl[0].memory_bytes")->type_name("KEY");
-  app.add_option("--label-prefix", options.labelPrefix, "Of --format labels")->type_name("PREFIX");
+  app.add_option("--label-prefix", options.labelPrefix, "Of --format labels")
+      ->check([](const std::string& prefix) {
+        return IsLabelPrefix(prefix) ? std::string() : "not a DNS name and a slash";
+      })
+      ->type_name("PREFIX");
   app.add_flag("--quiet", options.quiet, "No progress on standard error");
   app.footer(
       "gpureport guard [options] -- PROGRAM ... keeps watch over any program.\n\n"

@@ -50,7 +50,8 @@ void watch(nkutil::ConsoleApp& app, nkutil::Time deadline, GuardRun& run) {
     over = app.waitForEnd(std::min(deadline, nkutil::Clock::now() + kNextLook));
   if (!over) {
     run.interrupted = interrupted;
-    run.status = app.Kill(kKillBudget) ? Status::Hung : Status::Stuck;
+    const bool ended = app.Kill(kKillBudget);
+    run.status = !ended ? Status::Stuck : run.interrupted ? Status::Finished : Status::Hung;
   }
   run.ending = app.ending();
   if (over && run.ending.kind != Ending::Kind::Exited) run.status = Status::Crashed;

@@ -35,12 +35,12 @@ std::string icon(Tone tone) {
       "<circle cx=\"12\" cy=\"12\" r=\"10.5\" stroke-width=\"1.75\"/>" + std::string(shape));
 }
 
-struct Verdict {
+struct Headline {
   Tone tone;
   const char* text;
 };
 
-Verdict verdictOf(const host::Inspection& inspection) {
+Headline headlineOf(const host::Inspection& inspection) {
   switch (inspection.status) {
     case host::Status::Complete:
       break;
@@ -58,8 +58,8 @@ Verdict verdictOf(const host::Inspection& inspection) {
       return {Tone::Warn, "The report has no end"};
   }
   return inspection.openGL.gpus.empty() && inspection.openCL.gpus.empty()
-             ? Verdict{Tone::Warn, "No GPU answers"}
-             : Verdict{Tone::Good, "Every question was answered"};
+             ? Headline{Tone::Warn, "No GPU answers"}
+             : Headline{Tone::Good, "Every question was answered"};
 }
 
 std::string seconds(double value) {
@@ -67,7 +67,7 @@ std::string seconds(double value) {
 }
 
 std::string headHtml(const host::Inspection& inspection) {
-  const Verdict verdict = verdictOf(inspection);
+  const Headline headline = headlineOf(inspection);
   const std::string time = UtcTime(inspection.createdAt);
   const int missing = inspection.unansweredQuestions();
   std::string more;
@@ -86,8 +86,8 @@ std::string headHtml(const host::Inspection& inspection) {
                      Element("time datetime=\"" + time + '"',
                              time.substr(0, 10) + ' ' + time.substr(11, 8) + " UTC")) +
          Element(
-             std::string("div class=\"verdict ") + style(verdict.tone) + '"',
-             icon(verdict.tone) + Element("div", Element("strong", verdict.text) +
+             std::string("div class=\"verdict ") + style(headline.tone) + '"',
+             icon(headline.tone) + Element("div", Element("strong", headline.text) +
                                                      (more.empty() ? more : Element("p", more)))) +
          '\n';
 }
@@ -268,7 +268,7 @@ std::string Html(const host::Inspection& inspection) {
          "content=\"default-src 'none'; style-src 'unsafe-inline'\">\n"
          "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
          "<meta name=\"color-scheme\" content=\"light dark\">\n" +
-         Element("title", "GPU report: " + std::string(verdictOf(inspection).text)) +
+         Element("title", "GPU report: " + std::string(headlineOf(inspection).text)) +
          Element("style", kPageStyle) + "</head>\n" +
          Element("body", Element("main data-status=\"" + std::string(name(inspection.status)) + '"',
                                  body)) +

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstdio>
 #include <optional>
+#include <regex>
 #include <utility>
 
 #include "gpureport/Values.h"
@@ -96,6 +97,13 @@ void writeApi(Lines& lines, const std::string& key, const host::Api& api) {
 }
 
 }  // namespace
+
+bool IsLabelPrefix(const std::string& prefix) {
+  static const std::regex dnsName(
+      "[a-z0-9]([a-z0-9-]*[a-z0-9])?(\\.[a-z0-9]([a-z0-9-]*[a-z0-9])?)*/");
+  constexpr std::size_t kLongestName = 253;
+  return prefix.empty() || (prefix.size() <= kLongestName + 1 && std::regex_match(prefix, dnsName));
+}
 
 std::string Labels(const host::Inspection& inspection, const std::string& prefix) {
   Lines lines(prefix);

@@ -107,6 +107,15 @@ TEST(Labels, TellWhatIsKnown) {
   EXPECT_THAT(Labels({}), HasSubstr("gpuprobe.opencl.count=0\n"));
 }
 
+TEST(Labels, PrefixIsADnsName) {
+  for (const char* good : {"", "gpu.example.com/", "a/", kLabelPrefix}) {
+    EXPECT_TRUE(IsLabelPrefix(good)) << good;
+  }
+  for (const char* bad : {"/", "gpu.example.com", "-a/", "a..b/", "A.b/", "a/b/", "a b/", "a/\n"}) {
+    EXPECT_FALSE(IsLabelPrefix(bad)) << bad;
+  }
+}
+
 TEST(Html, TextsStayTexts) {
   const host::Inspection inspection =
       inspectionOf("<script>\"'&amp;</style>\n\xff\xed\xa0\x80" + std::string(1 << 20, 'x'));
