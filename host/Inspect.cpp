@@ -14,8 +14,10 @@ namespace {
 using nkutil::Milliseconds;
 using nkutil::Time;
 
-/// For a kill of what resists; the deadline may be missed by as much.
+/// For a kill of what resists; the deadline may be missed by the shorter one. With time left, a busy
+/// machine that takes longer to end a process is no reason to call it stuck.
 constexpr Milliseconds kKillBudget{100};
+constexpr Milliseconds kPatientKillBudget{2000};
 /// Between two looks at Options::cancelled.
 constexpr Milliseconds kLook{100};
 /// Attempts that were lost without a hint of what to leave out.
@@ -103,6 +105,7 @@ class Supervision {
   /// Until when the probe may be silent.
   Time limit() const { return std::min(plus(fLastLine, patience()), fEnd); }
   nkutil::Command command() const;
+  bool kill(nkutil::ConsoleApp& app) const;
   bool attempt();
   Stop read(nkutil::ConsoleApp& app);
   void readRest(nkutil::ConsoleApp& app);
@@ -154,6 +157,11 @@ nkutil::Command Supervision::command() const {
   return command;
 }
 
+bool Supervision::kill(nkutil::ConsoleApp& app) const {
+  const auto left = std::chrono::duration_cast<Milliseconds>(fEnd - fLauncher.now());
+  return app.Kill(std::clamp(left, kKillBudget, kPatientKillBudget));
+}
+
 Inspection Supervision::run() {
   fResult.createdAt = std::chrono::system_clock::now();
   fResult.deadlineSeconds = seconds(fOptions.deadline);
@@ -186,7 +194,7 @@ bool Supervision::attempt() {
   const Stop stop = read(*app);
   std::optional<Incident> incident;
   if (stop == Stop::Cancelled) {
-    if (!app->Kill(kKillBudget)) incident = newIncident(Incident::Kind::Stuck);
+    if (!kill(*app)) incident = newIncident(Incident::Kind::Stuck);
   } else if (stop == Stop::Silent || !app->waitForEnd(limit())) {
     incident = endHung(*app);
   } else {
@@ -276,7 +284,7 @@ Incident Supervision::endHung(nkutil::ConsoleApp& app) {
     nameLibrary(incident, fOptions.findCulprit(app.id()));
   else if (isProcess)
     nameLibrary(incident, FindCulprit(app.id()));
-  if (!app.Kill(kKillBudget)) incident.kind = Incident::Kind::Stuck;
+  if (!kill(app)) incident.kind = Incident::Kind::Stuck;
   return incident;
 }
 
