@@ -14,8 +14,10 @@ namespace {
 using nkutil::Milliseconds;
 using nkutil::Time;
 
-/// For a kill of what resists; the deadline may be missed by as much.
+/// For a kill of what resists: at least the first, by which the deadline may be missed, and up to
+/// the second while there is time. A busy machine takes its time to end a process.
 constexpr Milliseconds kKillBudget{100};
+constexpr Milliseconds kLongestKill{2000};
 /// Between two looks at Options::cancelled.
 constexpr Milliseconds kLook{100};
 /// Attempts that were lost without a hint of what to leave out.
@@ -104,6 +106,7 @@ class Supervision {
   Time limit() const { return std::min(plus(fLastLine, patience()), fEnd); }
   nkutil::Command command() const;
   bool attempt();
+  bool kill(nkutil::ConsoleApp& app);
   Stop read(nkutil::ConsoleApp& app);
   void readRest(nkutil::ConsoleApp& app);
   void take(const nkutil::Line& line);
@@ -186,7 +189,7 @@ bool Supervision::attempt() {
   const Stop stop = read(*app);
   std::optional<Incident> incident;
   if (stop == Stop::Cancelled) {
-    if (!app->Kill(kKillBudget)) incident = newIncident(Incident::Kind::Stuck);
+    if (!kill(*app)) incident = newIncident(Incident::Kind::Stuck);
   } else if (stop == Stop::Silent || !app->waitForEnd(limit())) {
     incident = endHung(*app);
   } else {
@@ -202,6 +205,12 @@ bool Supervision::attempt() {
   if (incident && !fFindings.ended()) return learnFrom(*incident, asked);
   // Told the same again, a probe says nothing new.
   return fFindings.skipList() != skipped;
+}
+
+bool Supervision::kill(nkutil::ConsoleApp& app) {
+  const auto left = plus(fBegan, fOptions.deadline) - fLauncher.now();
+  const auto budget = std::chrono::duration_cast<Milliseconds>(left);
+  return app.Kill(std::clamp(budget, kKillBudget, kLongestKill));
 }
 
 Supervision::Stop Supervision::read(nkutil::ConsoleApp& app) {
@@ -276,7 +285,7 @@ Incident Supervision::endHung(nkutil::ConsoleApp& app) {
     nameLibrary(incident, fOptions.findCulprit(app.id()));
   else if (isProcess)
     nameLibrary(incident, FindCulprit(app.id()));
-  if (!app.Kill(kKillBudget)) incident.kind = Incident::Kind::Stuck;
+  if (!kill(app)) incident.kind = Incident::Kind::Stuck;
   return incident;
 }
 
