@@ -88,7 +88,7 @@ std::string headHtml(const host::Inspection& inspection) {
          Element(
              std::string("div class=\"verdict ") + style(headline.tone) + '"',
              icon(headline.tone) + Element("div", Element("strong", headline.text) +
-                                                     (more.empty() ? more : Element("p", more)))) +
+                                                      (more.empty() ? more : Element("p", more)))) +
          '\n';
 }
 

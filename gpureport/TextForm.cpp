@@ -86,6 +86,14 @@ Look lookOf(host::Status status) {
   return status == host::Status::Complete ? Look::Good : Look::Bad;
 }
 
+int countOf(const host::Inspection& inspection, host::Reason reason) {
+  std::ptrdiff_t count = 0;
+  for (const host::Api* api : {&inspection.openGL, &inspection.openCL})
+    for (const host::Gpu& gpu : api->gpus)
+      count += std::count(gpu.answers.begin(), gpu.answers.end(), host::Answer(reason));
+  return static_cast<int>(count);
+}
+
 void addHead(const host::Inspection& inspection, Page& page) {
   std::string text = statusText(inspection);
   if (inspection.status == host::Status::FailedToStart) {
@@ -97,8 +105,10 @@ void addHead(const host::Inspection& inspection, Page& page) {
     return Counted(static_cast<std::size_t>(std::max(number, 0)), noun);
   };
   text += ". " + counted(inspection.answeredQuestions(), "answer");
-  if (inspection.unansweredQuestions() > 0)
-    text += ", " + std::to_string(inspection.unansweredQuestions()) + " missing";
+  const int skipped = countOf(inspection, host::Reason::NotAsked);
+  const int missing = inspection.unansweredQuestions() - skipped;
+  if (missing > 0) text += ", " + std::to_string(missing) + " missing";
+  if (skipped > 0) text += ", " + std::to_string(skipped) + " not asked";
   if (inspection.deadlineSeconds) text += ", in " + Quantity(inspection.durationSeconds, "seconds");
   if (inspection.attempts > 1) text += " and " + counted(inspection.attempts, "attempt");
   page.paragraph("", 0, text, lookOf(inspection.status));

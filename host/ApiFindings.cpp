@@ -95,7 +95,7 @@ ApiFindings::Known ApiFindings::newGpu(int index) const {
   for (std::size_t i = 0; i < fQuestionCount; ++i) {
     const std::string key = fQuestions[i].key;
     bool requested = false;
-    for (const std::string& skip : {tag, key, tag + "." + key})
+    for (const std::string& skip : {tag, key, std::string(tag).append(".").append(key)})
       requested = requested || fRequestedSkips.count(skip) > 0;
     known.gpu.answers.emplace_back(requested ? Reason::NotAsked : Reason::NotReached);
   }

@@ -73,7 +73,7 @@ std::vector<CodeRange> readModules(HANDLE process) {
   DWORD bytes = 0;
   std::vector<CodeRange> code;
   if (!K32EnumProcessModules(process, modules, sizeof modules, &bytes)) return code;
-  const std::size_t count = std::min<std::size_t>(bytes / sizeof *modules, ARRAYSIZE(modules));
+  const std::size_t count = std::min<std::size_t>(bytes / sizeof(HMODULE), ARRAYSIZE(modules));
   for (std::size_t i = 0; i < count; ++i) {
     MODULEINFO about{};
     wchar_t path[1024];

@@ -14,10 +14,10 @@ namespace {
 using nkutil::Milliseconds;
 using nkutil::Time;
 
-/// For a kill of what resists; the deadline may be missed by the shorter one. With time left, a busy
-/// machine that takes longer to end a process is no reason to call it stuck.
+/// For a kill of what resists: at least the first, by which the deadline may be missed, and up to
+/// the second while there is time. A busy machine takes its time to end a process.
 constexpr Milliseconds kKillBudget{100};
-constexpr Milliseconds kPatientKillBudget{2000};
+constexpr Milliseconds kLongestKill{2000};
 /// Between two looks at Options::cancelled.
 constexpr Milliseconds kLook{100};
 /// Attempts that were lost without a hint of what to leave out.
@@ -105,8 +105,8 @@ class Supervision {
   /// Until when the probe may be silent.
   Time limit() const { return std::min(plus(fLastLine, patience()), fEnd); }
   nkutil::Command command() const;
-  bool kill(nkutil::ConsoleApp& app) const;
   bool attempt();
+  bool kill(nkutil::ConsoleApp& app);
   Stop read(nkutil::ConsoleApp& app);
   void readRest(nkutil::ConsoleApp& app);
   void take(const nkutil::Line& line);
@@ -157,11 +157,6 @@ nkutil::Command Supervision::command() const {
   return command;
 }
 
-bool Supervision::kill(nkutil::ConsoleApp& app) const {
-  const auto left = std::chrono::duration_cast<Milliseconds>(fEnd - fLauncher.now());
-  return app.Kill(std::clamp(left, kKillBudget, kPatientKillBudget));
-}
-
 Inspection Supervision::run() {
   fResult.createdAt = std::chrono::system_clock::now();
   fResult.deadlineSeconds = seconds(fOptions.deadline);
@@ -210,6 +205,12 @@ bool Supervision::attempt() {
   if (incident && !fFindings.ended()) return learnFrom(*incident, asked);
   // Told the same again, a probe says nothing new.
   return fFindings.skipList() != skipped;
+}
+
+bool Supervision::kill(nkutil::ConsoleApp& app) {
+  const auto left = plus(fBegan, fOptions.deadline) - fLauncher.now();
+  const auto budget = std::chrono::duration_cast<Milliseconds>(left);
+  return app.Kill(std::clamp(budget, kKillBudget, kLongestKill));
 }
 
 Supervision::Stop Supervision::read(nkutil::ConsoleApp& app) {

@@ -71,10 +71,6 @@ TEST(Metrics, UnknownHasNoSampleAndNoSeriesComesTwice) {
               testing::ElementsAre("gpuprobe_run_status{status=\"crashed\"} 1"));
 }
 
-TEST(Metrics, FamiliesAreTheSameInEveryState) {
-  EXPECT_EQ(linesOf(Prometheus({}), "^#"), linesOf(Prometheus(inspectionOf("x")), "^#"));
-}
-
 TEST(Labels, AreWhatKubernetesTakes) {
   const std::string umlauts = "(TM) M\xc3\xbcller \"GPU\" @ 2 GHz / x86_64 -";
   const std::string text = Labels(inspectionOf(umlauts));
@@ -108,12 +104,9 @@ TEST(Labels, TellWhatIsKnown) {
 }
 
 TEST(Labels, PrefixIsADnsName) {
-  for (const char* good : {"", "gpu.example.com/", "a/", kLabelPrefix}) {
-    EXPECT_TRUE(IsLabelPrefix(good)) << good;
-  }
-  for (const char* bad : {"/", "gpu.example.com", "-a/", "a..b/", "A.b/", "a/b/", "a b/", "a/\n"}) {
+  for (const std::string good : {"", "gpu.example.com/", "a/"}) EXPECT_TRUE(IsLabelPrefix(good));
+  for (const std::string bad : {"/", "example.com", "-a/", "a..b/", "A/", "a/b/", "a b/", "a/\n"})
     EXPECT_FALSE(IsLabelPrefix(bad)) << bad;
-  }
 }
 
 TEST(Html, TextsStayTexts) {

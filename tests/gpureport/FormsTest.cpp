@@ -55,7 +55,7 @@ TEST(Text, IsAsItWasLookedAt) {
 
 TEST(Text, StaysWithinItsColumns) {
   for (const host::Inspection& machine : {test::crashedMachine(), hostileMachine()})
-    for (int columns = 40; columns <= 80; ++columns) {
+    for (int columns = 40; columns <= 80; columns += 4) {
       std::istringstream text(Text(machine, {columns, false}));
       for (std::string line; std::getline(text, line);) {
         ASSERT_LE(ColumnsOf(line), columns) << line;
@@ -90,7 +90,7 @@ TEST(Json, ComesBackTheSame) {
   for (const host::Inspection& machine :
        {test::crashedMachine(), hostileMachine(), host::Inspection{}, host::FromReport(golden),
         host::FromReport(golden.substr(0, golden.size() / 2)),
-        host::FromReport(std::string("\0\xff=1\nglgpu[99].GLName=\"", 25))}) {
+        host::FromReport(std::string("\0\xff=1\nglgpu[99].GLName=\"", 23))}) {
     const std::string json = host::ToJson(machine);
     std::string error;
     const auto again = host::FromJson(json, error);

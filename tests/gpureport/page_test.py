@@ -63,8 +63,11 @@ def every_answer_or_its_reason_is_on_the_page():
     words = {"hung": "driver hung", "crashed": "driver crashed", "not_reached": "not reached",
              "not_asked": "not asked", "failed": "driver error", "absent": "none",
              "unknown": "unknown"}
-    for report in (HEALTHY, TORN, crashed(), HOSTILE):
-        seen, told = look(report)["values"], fields(report)
+    for report, title in ((HEALTHY, "Every question"), (TORN, "no end"), (crashed(), "crashed"),
+                          (HOSTILE, "no end"), (NONE, "No GPU")):
+        page, told = look(report), fields(report)
+        assert title in page["title"], (title, page["title"])
+        seen = page["values"]
         assert seen.keys() == told.keys(), seen.keys() ^ told.keys()
         for key, (value, reason) in told.items():
             if value is None:
@@ -72,10 +75,8 @@ def every_answer_or_its_reason_is_on_the_page():
             elif isinstance(value, str):
                 clean = re.sub("[\x00-\x1f\x7f\u202e]", "\ufffd", value)
                 assert clean.startswith(seen[key]["value"]) and seen[key]["value"], key
-            elif isinstance(value, bool):
-                assert seen[key]["value"] == str(value).lower(), key
             else:
-                assert float(seen[key]["value"]) == value, key
+                assert json.loads(seen[key]["value"]) == value, key
 
 
 def incidents_come_with_culprit_and_advice():
@@ -85,11 +86,4 @@ def incidents_come_with_culprit_and_advice():
         assert word in incidents[0], word
 
 
-def titles_tell_the_status():
-    for report, word in ((HEALTHY, "Every question"), (TORN, "no end"), (crashed(), "crashed"),
-                         (NONE, "No GPU")):
-        assert word in look(report)["title"], word
-
-
-run(every_answer_or_its_reason_is_on_the_page, incidents_come_with_culprit_and_advice,
-    titles_tell_the_status)
+run(every_answer_or_its_reason_is_on_the_page, incidents_come_with_culprit_and_advice)
