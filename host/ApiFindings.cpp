@@ -94,9 +94,10 @@ ApiFindings::Known ApiFindings::newGpu(int index) const {
   const std::string tag = known.gpu.tag();
   for (std::size_t i = 0; i < fQuestionCount; ++i) {
     const std::string key = fQuestions[i].key;
-    bool requested = false;
-    for (const std::string& skip : {tag, key, std::string(tag).append(".").append(key)})
-      requested = requested || fRequestedSkips.count(skip) > 0;
+    std::string name = tag;
+    name.append(".").append(key);
+    const bool requested =
+        fRequestedSkips.count(tag) + fRequestedSkips.count(key) + fRequestedSkips.count(name) > 0;
     known.gpu.answers.emplace_back(requested ? Reason::NotAsked : Reason::NotReached);
   }
   return known;

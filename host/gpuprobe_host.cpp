@@ -67,9 +67,9 @@ host::Inspection inspect(const char* optionsText) {
 
 }  // namespace
 
-char* gpuprobe_inspect(const char* options_json) {
+char* gpuprobe_inspect(const char* optionsJson) {
   try {
-    const std::string report = host::ToJson(inspect(options_json));
+    const std::string report = host::ToJson(inspect(optionsJson));
     char* copy = static_cast<char*>(std::malloc(report.size() + 1));
     if (copy) std::memcpy(copy, report.c_str(), report.size() + 1);
     return copy;

@@ -28,7 +28,7 @@ extern "C" {
      "skip"              an array of names as in GPUPROBE_SKIP: []
      "environment"       an object: variables for the probe, null removes one: {}
    Options that can't be understood give a report of the status failed_to_start that says why. */
-GPUPROBE_HOST_API char* gpuprobe_inspect(const char* options_json);
+GPUPROBE_HOST_API char* gpuprobe_inspect(const char* optionsJson);
 
 /* Frees a report; null is allowed. */
 GPUPROBE_HOST_API void gpuprobe_free(char* report);
