@@ -11,6 +11,8 @@
 //     crash=CALL  abort=CALL  overflow=CALL       the call ends the process: by a bad address, by
 //                      abort(), by a stack that runs over
 //     vendor= renderer= version= extensions=      the context's texts
+//
+// What a careful program would not do is told on standard error when the process ends.
 
 #include <EGL/egl.h>
 #include <EGL/eglext.h>
@@ -18,6 +20,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <map>
@@ -72,6 +75,15 @@ Settings& settings(void* handle) {
   return *static_cast<Settings*>(handle);
 }
 
+struct Books {
+  ~Books() {
+    if (surfaces != 0) std::fputs("libEGL: surfaces are left\n", stderr);
+    if (displaced) std::fputs("libEGL: a context took the place of another one\n", stderr);
+  }
+  int surfaces = 0;
+  bool displaced = false;
+} books;
+
 void* handleIf(bool ok, Settings& of) {
   return ok ? &of : nullptr;
 }
@@ -92,7 +104,9 @@ EGLBoolean queryDevices(EGLint room, EGLDeviceEXT* out, EGLint* count) {
 const char* queryDeviceString(EGLDeviceEXT handle, EGLint name) {
   const Settings& device = settings(handle);
   const std::string& path = device.at("device");
-  if (name != EGL_EXTENSIONS) return path.c_str();
+  const bool asksForRenderNode = name == EGL_DRM_RENDER_NODE_FILE_EXT;
+  if (name != EGL_EXTENSIONS)
+    return asksForRenderNode == (device.count("render") > 0) ? path.c_str() : nullptr;
   if (path.empty()) return "EGL_NV_device_cuda";
   if (path == "software") return "EGL_MESA_device_software";
   return device.count("render") ? "EGL_EXT_device_drm_render_node" : "EGL_EXT_device_drm";
@@ -137,12 +151,15 @@ EGLContext eglCreateContext(EGLDisplay display, EGLConfig, EGLContext, const EGL
   return handleIf(call("eglCreateContext", settings(display)), settings(display));
 }
 EGLSurface eglCreatePbufferSurface(EGLDisplay display, EGLConfig, const EGLint*) {
-  return handleIf(call("eglCreatePbufferSurface", settings(display)), settings(display));
+  const bool ok = call("eglCreatePbufferSurface", settings(display));
+  books.surfaces += ok;
+  return handleIf(ok, settings(display));
 }
 EGLBoolean eglDestroyContext(EGLDisplay, EGLContext) {
   return EGL_TRUE;
 }
 EGLBoolean eglDestroySurface(EGLDisplay, EGLSurface) {
+  --books.surfaces;
   return EGL_TRUE;
 }
 EGLContext eglGetCurrentContext() {
@@ -174,6 +191,7 @@ EGLBoolean eglInitialize(EGLDisplay display, EGLint*, EGLint*) {
   return call("eglInitialize", settings(display));
 }
 EGLBoolean eglMakeCurrent(EGLDisplay, EGLSurface, EGLSurface, EGLContext context) {
+  books.displaced |= context && current && current != context;
   current = static_cast<Settings*>(context);
   return EGL_TRUE;
 }
