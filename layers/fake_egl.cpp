@@ -12,7 +12,7 @@
 //                      abort(), by a stack that runs over
 //     vendor= renderer= version= extensions=      the context's texts
 //
-// What a careful program would not do is told on standard error when the process ends.
+// What a careful program would not do is told on standard error.
 
 #include <EGL/egl.h>
 #include <EGL/eglext.h>
@@ -75,14 +75,12 @@ Settings& settings(void* handle) {
   return *static_cast<Settings*>(handle);
 }
 
-struct Books {
-  ~Books() {
-    if (surfaces != 0) std::fputs("libEGL: surfaces are left\n", stderr);
-    if (displaced) std::fputs("libEGL: a context took the place of another one\n", stderr);
-  }
-  int surfaces = 0;
-  bool displaced = false;
-} books;
+// Surfaces of contexts that are gone.
+int surfacesOwed = 0;
+
+void complain(bool wrong, const char* what) {
+  if (wrong) std::fprintf(stderr, "libEGL: %s\n", what);
+}
 
 void* handleIf(bool ok, Settings& of) {
   return ok ? &of : nullptr;
@@ -151,15 +149,15 @@ EGLContext eglCreateContext(EGLDisplay display, EGLConfig, EGLContext, const EGL
   return handleIf(call("eglCreateContext", settings(display)), settings(display));
 }
 EGLSurface eglCreatePbufferSurface(EGLDisplay display, EGLConfig, const EGLint*) {
-  const bool ok = call("eglCreatePbufferSurface", settings(display));
-  books.surfaces += ok;
-  return handleIf(ok, settings(display));
+  complain(surfacesOwed > 0, "a surface was left behind by its context");
+  return handleIf(call("eglCreatePbufferSurface", settings(display)), settings(display));
 }
 EGLBoolean eglDestroyContext(EGLDisplay, EGLContext) {
+  ++surfacesOwed;
   return EGL_TRUE;
 }
 EGLBoolean eglDestroySurface(EGLDisplay, EGLSurface) {
-  --books.surfaces;
+  if (surfacesOwed > 0) --surfacesOwed;
   return EGL_TRUE;
 }
 EGLContext eglGetCurrentContext() {
@@ -191,7 +189,7 @@ EGLBoolean eglInitialize(EGLDisplay display, EGLint*, EGLint*) {
   return call("eglInitialize", settings(display));
 }
 EGLBoolean eglMakeCurrent(EGLDisplay, EGLSurface, EGLSurface, EGLContext context) {
-  books.displaced |= context && current && current != context;
+  complain(context && current && current != context, "a context takes the place of another one");
   current = static_cast<Settings*>(context);
   return EGL_TRUE;
 }
