@@ -11,6 +11,8 @@
 //     crash=CALL  abort=CALL  overflow=CALL       the call ends the process: by a bad address, by
 //                      abort(), by a stack that runs over
 //     vendor= renderer= version= extensions=      the context's texts
+//
+// What a careful program would not do is told on standard error.
 
 #include <EGL/egl.h>
 #include <EGL/eglext.h>
@@ -18,6 +20,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <map>
@@ -72,6 +75,13 @@ Settings& settings(void* handle) {
   return *static_cast<Settings*>(handle);
 }
 
+// Surfaces of contexts that are gone.
+int surfacesOwed = 0;
+
+void complain(bool wrong, const char* what) {
+  if (wrong) std::fprintf(stderr, "libEGL: %s\n", what);
+}
+
 void* handleIf(bool ok, Settings& of) {
   return ok ? &of : nullptr;
 }
@@ -92,7 +102,9 @@ EGLBoolean queryDevices(EGLint room, EGLDeviceEXT* out, EGLint* count) {
 const char* queryDeviceString(EGLDeviceEXT handle, EGLint name) {
   const Settings& device = settings(handle);
   const std::string& path = device.at("device");
-  if (name != EGL_EXTENSIONS) return path.c_str();
+  const bool asksForRenderNode = name == EGL_DRM_RENDER_NODE_FILE_EXT;
+  if (name != EGL_EXTENSIONS)
+    return asksForRenderNode == (device.count("render") > 0) ? path.c_str() : nullptr;
   if (path.empty()) return "EGL_NV_device_cuda";
   if (path == "software") return "EGL_MESA_device_software";
   return device.count("render") ? "EGL_EXT_device_drm_render_node" : "EGL_EXT_device_drm";
@@ -137,12 +149,15 @@ EGLContext eglCreateContext(EGLDisplay display, EGLConfig, EGLContext, const EGL
   return handleIf(call("eglCreateContext", settings(display)), settings(display));
 }
 EGLSurface eglCreatePbufferSurface(EGLDisplay display, EGLConfig, const EGLint*) {
+  complain(surfacesOwed > 0, "a surface was left behind by its context");
   return handleIf(call("eglCreatePbufferSurface", settings(display)), settings(display));
 }
 EGLBoolean eglDestroyContext(EGLDisplay, EGLContext) {
+  ++surfacesOwed;
   return EGL_TRUE;
 }
 EGLBoolean eglDestroySurface(EGLDisplay, EGLSurface) {
+  if (surfacesOwed > 0) --surfacesOwed;
   return EGL_TRUE;
 }
 EGLContext eglGetCurrentContext() {
@@ -174,6 +189,7 @@ EGLBoolean eglInitialize(EGLDisplay display, EGLint*, EGLint*) {
   return call("eglInitialize", settings(display));
 }
 EGLBoolean eglMakeCurrent(EGLDisplay, EGLSurface, EGLSurface, EGLContext context) {
+  complain(context && current && current != context, "a context takes the place of another one");
   current = static_cast<Settings*>(context);
   return EGL_TRUE;
 }
