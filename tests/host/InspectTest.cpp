@@ -77,9 +77,9 @@ class FakeProbe {
     }
   }
   void lose(const Fault& fault) {
-    for (int i = 0; fault.kind == Fault::Kind::ChattyHang && i < 1000; ++i) {
+    for (int i = 0; fault.kind == Fault::Kind::ChattyHang && i < 20; ++i) {
       write("busy", nkutil::Stream::Err);
-      fAt += Milliseconds{100};
+      fAt += Milliseconds{1000};
     }
     if (fault.kind == Fault::Kind::Crash) {
       write("crash: SIGSEGV in /lib/libbad.so.1+0x1a", nkutil::Stream::Err);
@@ -200,6 +200,9 @@ TEST(Inspect, OneFaultCostsItsOwnQuestion) {
     for (const Fault::Kind kind : {Fault::Kind::Hang, Fault::Kind::ChattyHang, Fault::Kind::Crash,
                                    Fault::Kind::Exit, Fault::Kind::Stuck})
       for (const int times : {1, kEvery}) {
+        // The stages, and a sample of the questions, which are alike.
+        const bool isQuestion = at.find("gpu[") != at.npos;
+        if (isQuestion && std::hash<std::string>()(at) % 6 != static_cast<unsigned>(kind)) continue;
         SCOPED_TRACE(at + " " + std::to_string(static_cast<int>(kind)) + " " +
                      std::to_string(times));
         FakeProbe probe({{at, kind, times}});
