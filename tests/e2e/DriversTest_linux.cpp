@@ -8,15 +8,16 @@ namespace {
 
 using namespace testing;
 
-Outcome runWith(const std::string& fake, const Lines& arguments,
+Outcome runWith(const std::string& played, const Lines& arguments,
                 const std::string& environment = "") {
-  return RunProbe({arguments, environment + "LD_LIBRARY_PATH=${GPUPROBE_LAYERS:?}/egl FAKE_EGL='" +
-                                  fake + "'"});
+  return RunProbe(
+      {arguments,
+       environment + "LD_LIBRARY_PATH=${GPUPROBE_LAYERS:?}/egl GPUPROBE_PLAY='" + played + "'"});
 }
 
 struct Driver {
   const char* name;
-  const char* fake;
+  const char* played;
   Lines report;      // from ZOROGLInitialized on, with one answer of each GPU
   const char* said;  // among the diagnostics
 };
@@ -25,7 +26,7 @@ class Drivers : public TestWithParam<Driver> {};
 
 TEST_P(Drivers, ReportGoesToItsEnd) {
   for (const std::string verbose : {"-verbose=0", "-verbose=1"}) {
-    const Outcome run = runWith(GetParam().fake, {verbose});
+    const Outcome run = runWith(GetParam().played, {verbose});
     EXPECT_EQ(run.code, 0);
     EXPECT_EQ(run.report.back(), "snifferEnd=...");
     EXPECT_EQ(run.err, Lines());
@@ -48,12 +49,12 @@ INSTANTIATE_TEST_SUITE_P(
                   {"OGLContextCreated=1", "NumGLGPUs=1", R"(glgpu[0].GLRenderer="Only")"},
                   "zorDevice.0.=default"},
            Driver{"Fails",
-                  "device=/dev/dri/card0;fail=eglInitialize",
+                  "device=/dev/dri/card0;fault=eglInitialize:*:error",
                   {"OGLContextCreated=0", "NumGLGPUs=0"},
                   "no context on .*card0: eglInitialize: EGL_NOT_INITIALIZED"},
            Driver{"FirstFails",
-                  "device=/dev/dri/card7;fail=eglCreateContext;device=/dev/dri/renderD129;render;"
-                  "renderer=B;device=software;renderer=S",
+                  "device=/dev/dri/card7;fault=eglCreateContext:*:error;"
+                  "device=/dev/dri/renderD129;render;renderer=B;device=software;renderer=S",
                   {"OGLContextCreated=1", "NumGLGPUs=1", R"(glgpu[0].GLRenderer="B")"},
                   "no context on zorDevice.0.=/dev/dri/card7: eglCreateContext: "},
            Driver{"SoftwareAlone",
@@ -62,8 +63,8 @@ INSTANTIATE_TEST_SUITE_P(
                   "card7: its context draws in software"},
            // One that goes away moves the others up in the list.
            Driver{"OneGoes",
-                  "device=/dev/dri/card7;gone;fail=eglGetPlatformDisplayEXT;device=/dev/dri/card8;"
-                  "renderer=B;device=;renderer=C;device=software;renderer=S",
+                  "device=/dev/dri/card7;gone;fault=eglGetPlatformDisplayEXT:*:error;"
+                  "device=/dev/dri/card8;renderer=B;device=;renderer=C;device=software;renderer=S",
                   {"OGLContextCreated=1", "NumGLGPUs=2", R"(glgpu[0].GLRenderer="B")",
                    R"(glgpu[1].GLRenderer="C")"},
                   "no context on zorDevice.0.=/dev/dri/card7"}),
@@ -98,8 +99,9 @@ TEST(LinuxDrivers, HelpAndSkippedAPIsLoadNone) {
 
 TEST(LinuxDrivers, SkippedDevicesGetNoContext) {
   const Outcome run = runWith(
-      "device=/dev/dri/card7;crash=eglInitialize;device=/dev/dri/renderD129;render;renderer=B", {},
-      "GPUPROBE_ANNOUNCE=1 GPUPROBE_SKIP='NumGLGPUs /dev/dri/card7,OpenCL' ");
+      "device=/dev/dri/card7;fault=eglInitialize:1:crash;"
+      "device=/dev/dri/renderD129;render;renderer=B",
+      {}, "GPUPROBE_ANNOUNCE=1 GPUPROBE_SKIP='NumGLGPUs /dev/dri/card7,OpenCL' ");
   EXPECT_EQ(run.code, 0);
   EXPECT_THAT(run.report, Contains(R"(glgpu[0].GLRenderer="B")"));
   Lines comments;
@@ -114,14 +116,15 @@ TEST(LinuxDrivers, SkippedDevicesGetNoContext) {
 
 // The last line names the driver, and the exit status stays what it is.
 TEST(LinuxDrivers, CrashesAreNamed) {
-  for (const auto& [fake, name, number] : {std::tuple("crash=load", "SIGSEGV", SIGSEGV),
-                                           {"abort=eglBindAPI", "SIGABRT", SIGABRT},
-                                           {"overflow=eglBindAPI", "SIGSEGV", SIGSEGV}}) {
-    const Outcome run = runWith(fake, {});
-    EXPECT_EQ(run.signal, number) << fake;
+  for (const auto& [fault, name, number] : {std::tuple("eglLoad:1:crash", "SIGSEGV", SIGSEGV),
+                                            {"eglBindAPI:1:abort", "SIGABRT", SIGABRT},
+                                            {"eglBindAPI:1:stack", "SIGSEGV", SIGSEGV}}) {
+    const Outcome run = runWith("", {}, std::string("GPUPROBE_FAULT=") + fault + " ");
+    EXPECT_EQ(run.signal, number) << fault;
     EXPECT_EQ(run.text.back(), '\n');
-    EXPECT_THAT(run.err, ElementsAre(MatchesRegex(std::string("crash: ") + name +
-                                                  " in /.*/layers/egl/libEGL.so.1.0x[0-9a-f]+")));
+    EXPECT_THAT(run.err,
+                ElementsAre(MatchesRegex(std::string("crash: ") + name +
+                                         " in /.*/rehearsal/egl/libEGL.so.1.0x[0-9a-f]+")));
   }
 }
 
@@ -153,8 +156,10 @@ TEST(LinuxWaits, TimeoutEndsTheProbeAndKeepsItsLines) {
   // The last one counts, and none or fewer seconds are no limit.
   EXPECT_EQ(RunProbe({{"-timeout=1", "-timeout=-1", "-hang=1200"}}).code, 0);
   Lines lines = {R"(Tester="LarkspanApp")", "snifferStart=...", "ZORCoreInitialized=1"};
-  for (const char* fake : {"hang=load", "device=;hang=eglInitialize"}) {
-    expectTimeout(runWith(fake, {"-timeout=5", "-hang=1"}), lines);
+  for (const char* fault : {"eglLoad:1:hang", "eglInitialize:1:hang"}) {
+    expectTimeout(
+        runWith("device=", {"-timeout=5", "-hang=1"}, std::string("GPUPROBE_FAULT=") + fault + " "),
+        lines);
     lines.push_back("ZOROGLInitialized=1");
   }
 }

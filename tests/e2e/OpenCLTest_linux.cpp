@@ -15,8 +15,8 @@ using namespace testing;
 /// kernel takes PoCL many seconds, so it is cut short.
 constexpr char kMachine[] =
     R"(cp /etc/OpenCL/vendors/pocl.icd "$0"; export OCL_ICD_VENDORS="$0" POCL_DEVICES=pthread POCL_MEMORY_LIMIT=1)"
-    " CL_SHORT=1 __EGL_VENDOR_LIBRARY_FILENAMES=/none"
-    R"( CL_FAULT_COUNTS="$0/log" OPENCL_LAYERS=${GPUPROBE_LAYERS:?}/cpu_as_gpu.so:)"
+    " GPUPROBE_SHORT=1 __EGL_VENDOR_LIBRARY_FILENAMES=/none"
+    R"( GPUPROBE_FAULT_TRACE="$0/log" OPENCL_LAYERS=${GPUPROBE_LAYERS:?}/cpu_as_gpu.so:)"
     "$GPUPROBE_LAYERS/fault.so;";
 
 Outcome run(const std::string& environment = "", const Lines& arguments = {}) {
@@ -28,8 +28,10 @@ std::map<std::string, std::pair<unsigned, unsigned>> countsOf(const Outcome& out
   std::map<std::string, std::pair<unsigned, unsigned>> counts;
   for (const std::string& line : outcome.log) {
     std::istringstream words(line);
-    std::string function;
-    words >> function >> counts[function].first >> counts[function].second;
+    std::string call, function, struck;
+    words >> call >> function >> struck;
+    ++counts[function].first;
+    if (!struck.empty()) ++counts[function].second;
   }
   return counts;
 }
@@ -64,7 +66,7 @@ TEST(LinuxOpenCLFaults, CostTheirQuestionAndLeaveNothing) {
   for (const auto& [function, count] : countsOf(healthy)) calls += count.first;
   for (unsigned call = 5; call <= calls; call += call < 33 || call + 19 > calls ? 1 : 61) {
     SCOPED_TRACE(call);
-    const Outcome outcome = run("CL_FAULT=*:" + std::to_string(call) + ":-5", {"-exit=7"});
+    const Outcome outcome = run("GPUPROBE_FAULT=*:" + std::to_string(call) + ":error", {"-exit=7"});
     std::string failing;
     for (const auto& [function, count] : countsOf(outcome))
       if (count.second) failing += function;
@@ -85,7 +87,7 @@ TEST(LinuxOpenCLFaults, CostTheirQuestionAndLeaveNothing) {
     EXPECT_EQ(outcome.code, lost.empty() || !added.empty() ? 7 : 2);
     EXPECT_EQ(outcome.err.empty(), silent || (!added.empty() && !skipped));
   }
-  const Outcome ended = run("CL_FAULT=clGetPlatformIDs:3:-6");
+  const Outcome ended = run("GPUPROBE_FAULT=clGetPlatformIDs:3:error=-6");
   EXPECT_EQ(ended.code, 2);
   EXPECT_THAT(ended.out, Not(Contains(StartsWith("NumCLGPUs"))));
   EXPECT_EQ(ended.err, Lines{"ZOR::LogicalException: clGetPlatformIDs: status -6"});
@@ -93,19 +95,20 @@ TEST(LinuxOpenCLFaults, CostTheirQuestionAndLeaveNothing) {
 
 TEST(LinuxOpenCLFaults, OfOtherKinds) {
   const Lines healthy = run().out;
-  const Outcome slow = run("CL_FAULT=clFinish:1:sleep=500");
+  const Outcome slow = run("GPUPROBE_FAULT=clFinish:1:sleep=500");
   EXPECT_GE(slow.seconds, 0.5);
   EXPECT_EQ(slow.out, healthy);
   // What a driver prints never meets a line of the report.
-  const Outcome chatty = run("CL_FAULT=*:*:print", {"-verbose=1"});
+  const Outcome chatty = run("GPUPROBE_FAULT=*:*:noise", {"-verbose=1"});
   EXPECT_EQ(chatty.report, healthy);
   EXPECT_THAT(chatty.comments, Each(Not(HasSubstr("driver's"))));
   EXPECT_THAT(chatty.err, Contains(HasSubstr("driver's half line driver's half line ")));
-  const Outcome crashed = run("CL_FAULT=clBuildProgram:1:crash", {"-verbose=1"});
-  EXPECT_EQ(crashed.signal, SIGILL);
+  const Outcome crashed = run("GPUPROBE_FAULT=clBuildProgram:1:crash", {"-verbose=1"});
+  EXPECT_EQ(crashed.signal, SIGSEGV);
   ASSERT_FALSE(crashed.report.empty());
   EXPECT_EQ(crashed.report.back(), "clgpu[0].CLBandwidth=...");
-  EXPECT_THAT(run("CL_FAULT=clEnqueueCopyBuffer:*:-5").text, HasSubstr("clgpu[0].CLBandwidth=0"));
+  EXPECT_THAT(run("GPUPROBE_FAULT=clEnqueueCopyBuffer:*:error").text,
+              HasSubstr("clgpu[0].CLBandwidth=0"));
 }
 
 struct Machine {
