@@ -168,7 +168,8 @@ void writeLine(int number, const void* context) {
   const size_t words = copied > 0 ? static_cast<size_t>(copied) / sizeof *addresses : 0;
   findCulprit(addresses, 1 + words, culprit);
 
-  text.add("crash: ");
+  // A driver's unfinished line may stand there.
+  text.add("\ncrash: ");
   for (const FatalSignal& fatal : kFatalSignals)
     if (fatal.number == number) text.add(fatal.name);
   text.add(" in ");
