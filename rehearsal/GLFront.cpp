@@ -101,6 +101,22 @@ Function hooked(Member& next, const char* name) {
   return next ? reinterpret_cast<Function>(Hook::call) : nullptr;
 }
 
+/// The driver's own, below what a fault has left pending.
+GLenum (*realGLError)() = nullptr;
+
+GLenum getGLError() {
+  return GL::pendingError == GL_NO_ERROR ? realGLError()
+                                         : std::exchange(GL::pendingError, GLenum{GL_NO_ERROR});
+}
+
+/// As OpenGL's functions, but with a pending error of ours.
+template <>
+Function hooked<glGetErrorHook>(decltype(GL::next.glGetError)& next, const char* name) {
+  realGLError = reinterpret_cast<decltype(realGLError)>(below.eglGetProcAddress(name));
+  next = getGLError;
+  return realGLError ? reinterpret_cast<Function>(glGetErrorHook::call) : nullptr;
+}
+
 Function getProcAddress(const char* name) {
   const std::string_view asked = name;
 #define FRONT_LOOK_UP(known, type) \

@@ -52,6 +52,15 @@ struct OpenCL {
 ZOR_CL_ENTRY_POINTS(FAULT_HOOK)
 #undef FAULT_HOOK
 
+/// The one handle among the answers stays true: the ICD loader itself reads what it points to.
+cl_int CL_API_CALL getDeviceInfo(cl_device_id device, cl_device_info property, size_t size,
+                                 void* value, size_t* needed) {
+  const cl_int status = clGetDeviceInfoHook::call(device, property, size, value, needed);
+  if (status != CL_SUCCESS || property != CL_DEVICE_PLATFORM || size < sizeof(void*)) return status;
+  if (!value || !*static_cast<void**>(value)) return status;
+  return OpenCL::next.clGetDeviceInfo(device, property, size, value, nullptr);
+}
+
 cl_int CL_API_CALL shortKernel(cl_command_queue queue, cl_kernel kernel, cl_uint dimensions,
                                const size_t* offset, const size_t*, const size_t* local,
                                cl_uint waits, const cl_event* waitFor, cl_event* event) {
@@ -74,6 +83,7 @@ void Install(const cl_icd_dispatch& below, cl_icd_dispatch& own) {
 #define FAULT_INSTALL(name) own.name = name##Hook::call;
   ZOR_CL_ENTRY_POINTS(FAULT_INSTALL)
 #undef FAULT_INSTALL
+  own.clGetDeviceInfo = getDeviceInfo;
   if (std::getenv("GPUPROBE_SHORT")) {
     own.clEnqueueNDRangeKernel = shortKernel;
     own.clEnqueueCopyBuffer = shortCopy;
