@@ -6,7 +6,12 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "rehearsal/Layer.h"
+#include "zor/ocl/Library.h"
+// The table comes after the version it is written in.
+#include <CL/cl_icd.h>
+
+/// The fault layer's own.
+void Install(const cl_icd_dispatch& below, cl_icd_dispatch& own);
 
 namespace {
 
@@ -34,8 +39,9 @@ AtLoading::AtLoading() {
     std::abort();
   }
   cl_icd_dispatch below = {}, own = {};
-#define FRONT_LOAD(name) \
-  below.name = reinterpret_cast<decltype(below.name)>(GetProcAddress(library, #name));
+#define FRONT_LOAD(name)                               \
+  below.name = reinterpret_cast<decltype(below.name)>( \
+      reinterpret_cast<void (*)()>(GetProcAddress(library, #name)));
   ZOR_CL_ENTRY_POINTS(FRONT_LOAD)
 #undef FRONT_LOAD
   Install(below, own);
