@@ -41,3 +41,20 @@ function(gpuprobe_layer name)
     target_link_libraries(gpuprobe_${name} PUBLIC gpuprobe_${used})
   endforeach()
 endfunction()
+
+# gpuprobe_resources(<program> <description>): on Windows the program's version, description and
+# manifest.
+function(gpuprobe_resources PROGRAM DESCRIPTION)
+  if(NOT WIN32)
+    return()
+  endif()
+  set(folder ${CMAKE_CURRENT_BINARY_DIR})
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/resources_win.rc.in ${folder}/${PROGRAM}.rc @ONLY)
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/manifest_win.xml.in ${folder}/${PROGRAM}.manifest @ONLY)
+  # A target of its own: the resource compiler does not know the C++ compiler's options.
+  add_library(${PROGRAM}_resources OBJECT ${folder}/${PROGRAM}.rc)
+  target_include_directories(${PROGRAM}_resources PRIVATE ${folder})
+  set_source_files_properties(${folder}/${PROGRAM}.rc PROPERTIES
+    OBJECT_DEPENDS ${folder}/${PROGRAM}.manifest)
+  target_link_libraries(${PROGRAM} PRIVATE ${PROGRAM}_resources)
+endfunction()

@@ -7,15 +7,17 @@ if(NOT EXISTS ${DEPS}/boost-filesystem/complete)
   message(FATAL_ERROR "build/deps is missing: run scripts/fetch-windows-deps")
 endif()
 
-# The folders hold nothing but boost/ and CL/: /usr/include itself would bring in the host's C
+# The folders hold nothing but boost/, CL/, CLI/ and nlohmann/: /usr/include itself would bring in the host's C
 # library.
 add_library(opencl_headers INTERFACE)
 target_include_directories(opencl_headers SYSTEM INTERFACE ${DEPS}/opencl-include)
 add_library(boost_headers INTERFACE)
 target_include_directories(boost_headers SYSTEM INTERFACE ${DEPS}/boost-include)
 add_library(Boost::headers ALIAS boost_headers)
+add_library(host_headers INTERFACE)
+target_include_directories(host_headers SYSTEM INTERFACE ${DEPS}/host-include)
 # Every layer takes them from the compiler's own path elsewhere.
-target_link_libraries(gpuprobe_flags INTERFACE boost_headers opencl_headers)
+target_link_libraries(gpuprobe_flags INTERFACE boost_headers opencl_headers host_headers)
 
 # Which sources there are differs between releases of Boost.
 file(GLOB BOOST_FILESYSTEM_SOURCES CONFIGURE_DEPENDS ${DEPS}/boost-filesystem/src/*.cpp)

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "host/Culprit.h"
 #include "host/Inspection.h"
 #include "nkutil/ConsoleApp.h"
 
@@ -37,11 +38,14 @@ struct Options {
   /// Set from any thread or a signal handler: the child's tree is ended and what was learnt is
   /// returned. Looked at ten times a second.
   const std::atomic<bool>* cancelled = nullptr;
+  /// Told of a probe that hung, before it is ended. By default FindCulprit(), for the system's
+  /// launcher only: others start no processes.
+  std::function<Culprit(nkutil::ProcessId)> findCulprit;
 };
 
 /// Runs the probe, again without what it did not survive, until the report is whole or the deadline
-/// is near. Returns by the deadline, or up to 100 ms later where a child resists. Throws nothing but
-/// std::bad_alloc.
+/// is near. Returns by the deadline, or up to 100 ms later where a child resists. Throws nothing
+/// but std::bad_alloc.
 Inspection Inspect(nkutil::ConsoleAppLauncher& launcher, const Options& options);
 
 /// An existing report, read as Inspect() reads one; Torn without its end.

@@ -21,9 +21,9 @@ enum class Reason {
   Crashed,     ///< the driver took the probe down at the question
   NotReached,  ///< the run ended before it
   NotAsked,    ///< left out by request
-  Failed,      ///< the driver returned an error, its text is among the messages; or no finite number
-  Absent,      ///< there is nothing that could answer: no library, no device, no CUDA
-  Unknown,     ///< answered with the sign for unknown: 0, an empty text, "?"
+  Failed,   ///< the driver returned an error, its text is among the messages; or no finite number
+  Absent,   ///< there is nothing that could answer: no library, no device, no CUDA
+  Unknown,  ///< answered with the sign for unknown: 0, an empty text, "?"
 };
 
 /// A value as the report gives it (units are protocol::Question's), or why there is none.
@@ -43,8 +43,8 @@ struct Gpu {
 
 /// What a person, an installer or an alert is told first; the worst incident that cost an answer.
 enum class Status {
-  Complete,       ///< every question was answered, if only by "unknown" or "absent"
-  Partial,        ///< some question failed
+  Complete,  ///< every question was answered, if only by "unknown" or "absent"
+  Partial,   ///< some question failed
   Hung,
   Crashed,        ///< or exited in the middle
   Stuck,          ///< a child that the system can't end was left behind

@@ -1,0 +1,45 @@
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <system_error>
+
+#include "gpureport/Platform.h"
+
+namespace gpureport {
+
+namespace fs = std::filesystem;
+
+bool ReadWholeFile(const std::string& path, std::string& bytes) {
+  std::ifstream file;
+  if (path != "-") {
+    file.open(fs::u8path(path), std::ios::binary);
+    if (!file) return false;
+  }
+  std::istream& stream = path == "-" ? std::cin : file;
+  bytes.assign(std::istreambuf_iterator<char>(stream), {});
+  return !stream.bad() && !fs::is_directory(fs::u8path(path));
+}
+
+std::string ReplaceFileBy(const std::string& path, std::string_view bytes) {
+  const fs::path wanted = fs::u8path(path);
+  fs::path beside = wanted.parent_path() / fs::u8path("." + wanted.filename().u8string() + ".new");
+  std::error_code ignored;
+  std::ofstream file(beside, std::ios::binary | std::ios::trunc);
+  file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  file.close();
+  if (!file) {
+    const std::string reason = std::strerror(errno);
+    fs::remove(beside, ignored);
+    return "cannot write " + path + ": " + reason;
+  }
+  std::error_code error;
+  fs::rename(beside, wanted, error);
+  if (!error) return {};
+  fs::remove(beside, ignored);
+  return "cannot write " + path + ": " + error.message();
+}
+
+}  // namespace gpureport

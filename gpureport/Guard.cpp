@@ -1,0 +1,110 @@
+#include <algorithm>
+#include <chrono>
+
+#include "gpureport/Columns.h"
+#include "gpureport/ExitCode.h"
+#include "gpureport/JsonForms.h"
+#include "gpureport/Platform.h"
+#include "gpureport/Show.h"
+
+namespace gpureport {
+
+namespace {
+
+using nkutil::Ending;
+using Status = GuardRun::Status;
+
+/// How often a wait looks whether it was interrupted.
+constexpr nkutil::Milliseconds kBeat{100};
+/// For the kill of the tree at the deadline.
+constexpr nkutil::Milliseconds kKillBudget{500};
+/// As a shell tells of a program that Ctrl-C ended.
+constexpr int kInterrupted = 130;
+
+/// Without a verdict to count for, the program has our own streams, a terminal included.
+nkutil::Command commandOf(const GuardOptions& options) {
+  using To = nkutil::Command::Output::To;
+  nkutil::Command command;
+  command.program = options.program;
+  command.arguments = options.arguments;
+  command.input = nkutil::Command::Input::Host;
+  command.keepTree = options.keepTree;
+  command.killBudget = kKillBudget;
+  const To to = options.verdict.empty() ? To::Host : To::Sink;
+  command.out.to = to;
+  command.err.to = to;
+  command.out.sink = [](std::string_view bytes, nkutil::Time) {
+    return WriteBytes(StandardStream::Out, bytes);
+  };
+  command.err.sink = [](std::string_view bytes, nkutil::Time) {
+    return WriteBytes(StandardStream::Err, bytes);
+  };
+  return command;
+}
+
+/// Waits for the end, kills at the deadline or an interruption.
+void watch(nkutil::ConsoleApp& app, nkutil::Time deadline, GuardRun& run) {
+  const std::atomic<bool>& interrupted = WatchInterrupts();
+  bool over = false;
+  while (!over && !interrupted && nkutil::Clock::now() < deadline)
+    over = app.waitForEnd(std::min(deadline, nkutil::Clock::now() + kBeat));
+  if (!over) {
+    run.interrupted = interrupted;
+    run.status = app.Kill(kKillBudget) ? Status::Hung : Status::Stuck;
+  }
+  run.ending = app.ending();
+  if (over && run.ending.kind != Ending::Kind::Exited) run.status = Status::Crashed;
+}
+
+int codeOf(const nkutil::LaunchError& error, GuardRun& run) {
+  run.status = Status::FailedToStart;
+  run.startError = error.message();
+  const auto is = [&](const char* step) { return error.step == step; };
+  if (is("find the program") || is("execve") || is("CreateProcessW")) {
+    // ENOENT and ERROR_FILE_NOT_FOUND are 2, ERROR_PATH_NOT_FOUND is 3.
+    return error.code == 2 || error.code == 3 ? kGuardNotFound : kGuardNotRunnable;
+  }
+  const bool theirs = error.step.rfind("find the program", 0) == 0 ||
+                      error.step.rfind("execve", 0) == 0 ||
+                      error.step.rfind("start a batch file", 0) == 0;
+  return theirs ? kGuardNotRunnable : kGuardFailure;
+}
+
+int codeOf(const GuardRun& run) {
+  if (run.status == Status::Stuck) return kGuardStuck;
+  if (run.interrupted) return kInterrupted;
+  if (run.status == Status::Hung) return kGuardDeadline;
+  const int code = static_cast<int>(run.ending.code);
+  return run.ending.kind == Ending::Kind::Signalled ? 128 + code : code;
+}
+
+}  // namespace
+
+int Guard(const GuardOptions& options) {
+  const nkutil::Time start = nkutil::Clock::now();
+  const nkutil::Time deadline = options.deadline ? start + *options.deadline : nkutil::kForever;
+  GuardRun run;
+  if (options.deadline)
+    run.deadlineSeconds = std::chrono::duration<double>(*options.deadline).count();
+  nkutil::LaunchError error;
+  const auto app = nkutil::systemLauncher().launch(commandOf(options), deadline, error);
+  int code = 0;
+  if (app) {
+    watch(*app, deadline, run);
+    run.killedProcesses = app->killedProcesses();
+    run.outBytes = app->bytesRead(nkutil::Stream::Out);
+    run.errBytes = app->bytesRead(nkutil::Stream::Err);
+    code = codeOf(run);
+  } else {
+    code = codeOf(error, run);
+    WriteBytes(StandardStream::Err, "gpureport guard: " + Printable(run.startError) + "\n");
+  }
+  run.durationSeconds = std::chrono::duration<double>(nkutil::Clock::now() - start).count();
+  if (options.verdict.empty()) return code;
+  const std::string failure = ReplaceFileBy(options.verdict, GuardVerdict(run));
+  if (failure.empty()) return code;
+  WriteBytes(StandardStream::Err, "gpureport guard: " + failure + "\n");
+  return kGuardFailure;
+}
+
+}  // namespace gpureport

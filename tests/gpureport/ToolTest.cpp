@@ -1,0 +1,193 @@
+// The built program, on both systems: exit codes, files, and what it guards.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <filesystem>
+#include <nlohmann/json.hpp>
+
+#include "gpureport/ExitCode.h"
+#include "gpureport/Platform.h"
+#include "host/Json.h"
+#include "nkutil/ConsoleApp.h"
+#include "tests/gpureport/Samples.h"
+
+namespace gpureport {
+namespace {
+
+namespace fs = std::filesystem;
+using nkutil::Clock;
+using nkutil::Milliseconds;
+using ::testing::HasSubstr;
+using Arguments = std::vector<std::string>;
+
+/// Windows' programs have their suffix.
+std::string beside(const std::string& name) {
+  const std::string probe = ProbeName();
+  return OwnFolder() + name + probe.substr(std::string("gpuprobe").size());
+}
+bool onWindows() {
+  return std::string(ProbeName()) == "gpuprobe.exe";
+}
+
+class Tool : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    // Letters that no code page of the machine has to know.
+    fFolder = fs::temp_directory_path() /
+              fs::u8path("gpureport \xc3\xa4\xe5\x9b\xbe " +
+                         std::to_string(Clock::now().time_since_epoch().count()));
+    fs::create_directories(fFolder);
+  }
+  void TearDown() override { fs::remove_all(fFolder); }
+
+  std::string path(const std::string& name) { return (fFolder / fs::u8path(name)).u8string(); }
+  std::string written(const std::string& name, const std::string& bytes) {
+    EXPECT_EQ(ReplaceFileBy(path(name), bytes), "");
+    return path(name);
+  }
+  std::string read(const std::string& name) {
+    std::string bytes;
+    EXPECT_TRUE(ReadWholeFile(path(name), bytes)) << name;
+    return bytes;
+  }
+  nkutil::RunResult run(Arguments arguments) {
+    nkutil::Command command;
+    command.program = beside("gpureport");
+    command.arguments = std::move(arguments);
+    return nkutil::Run(nkutil::systemLauncher(), command, Clock::now() + Milliseconds(60000));
+  }
+  nkutil::RunResult guard(Arguments options, const Arguments& program) {
+    options.insert(options.begin(), "guard");
+    options.push_back("--");
+    options.insert(options.end(), program.begin(), program.end());
+    return run(options);
+  }
+
+  fs::path fFolder;
+};
+
+TEST_F(Tool, ExitCodesOfWhatIsShown) {
+  const std::string lines = "NumGLGPUs=1\nglgpu[0].GLName=\"x\"\nglgpu[0].GLMemoryMB=2048\n";
+  const std::string torn = written("torn", lines);
+  const std::string none = written("none", "NumGLGPUs=0\nsnifferEnd=\"now\"\n");
+  const std::string crashed = written("crashed.json", host::ToJson(test::crashedMachine()));
+  const std::string garbage = written("garbage", std::string("\0\xff{]\n=\n", 8));
+  const struct {
+    Arguments arguments;
+    std::uint32_t code;
+    const char* out;
+  } rows[] = {
+      {{"--from", torn}, kUnanswered, "Torn"},
+      {{"show", "--from", none}, kNoGpu, "No GPU"},
+      {{"--from", crashed}, kCrashed, "libfine-opencl.so.1 crashed"},
+      {{"--from", crashed, "--require", "opengl>=4.6"}, kComplete, "Fine"},
+      {{"--from", crashed, "--require", "opengl>=4.7"}, kNotMet, "Fine"},
+      {{"--from", crashed, "--require", "frames"}, kUsage, ""},
+      {{"--from", crashed, "--get", "opencl[0].kernel_seconds"}, kCrashed, ""},
+      {{"--from", torn, "--get", "opengl[0].memory_bytes"}, kComplete, "2147483648"},
+      {{"--from", garbage}, kUnanswered, "Torn"},
+      {{"--from", path("nothing")}, kOwnFailure, ""},
+      {{"--from", written("bad.json", "{}")}, kOwnFailure, ""},
+      {{"--probe", path("nothing")}, kNotStarted, "could not be started"},
+      {{"--format", "pdf"}, kUsage, ""},
+      {{"--help"}, kComplete, "--require"},
+  };
+  for (const auto& row : rows) {
+    const nkutil::RunResult result = run(row.arguments);
+    EXPECT_EQ(result.ending.code, row.code) << ::testing::PrintToString(row.arguments);
+    EXPECT_THAT(result.out.text, HasSubstr(row.out));
+    // Whoever reads a form reads nothing else; complaints have their own stream.
+    EXPECT_EQ(result.err.text.empty(), *row.out != '\0') << result.err.text;
+  }
+}
+
+TEST_F(Tool, AFileIsThereAsAWhole) {
+  const std::string report = written("report", "NumGLGPUs=0\nsnifferEnd=\"now\"\n");
+  const std::string output = written("out \xc3\xa4.json", "old");
+  EXPECT_EQ(run({"--from", report, "--format", "json", "-o", output}).ending.code, 4u);
+  std::string error;
+  EXPECT_TRUE(host::FromJson(read("out \xc3\xa4.json"), error)) << error;
+  EXPECT_EQ(run({"--from", report, "-o", path("no/folder")}).ending.code, 1u);
+  EXPECT_EQ(std::distance(fs::directory_iterator(fFolder), {}), 2);
+}
+
+TEST_F(Tool, GuardEndsAsItsProgram) {
+  const std::string zoo = beside("zoo");
+  const std::string overflow = onWindows() ? "0xC00000FD stack overflow" : "exit code 139";
+  const struct {
+    Arguments options;
+    Arguments program;
+    std::string ending;
+    const char* status;
+    int killedAtLeast;
+  } rows[] = {
+      {{}, {zoo, "exit", "0"}, "exit code 0", "finished", 0},
+      {{}, {zoo, "exit", "7"}, "exit code 7", "finished", 0},
+      {{"--deadline", "30"}, {zoo, "overflow"}, overflow, "crashed", 0},
+      {{"--deadline", "0.5"}, {zoo, "sleep"}, "exit code 124", "hung", 1},
+      {{"--deadline", "3"}, {zoo, "storm", "3"}, "exit code 124", "hung", 4},
+      {{"--deadline", "30"}, {zoo, "grandchild"}, "exit code 0", "finished", 1},
+      {{}, {path("nothing")}, "exit code 127", "failed_to_start", 0},
+      {{}, {"no-such-program-anywhere"}, "exit code 127", "failed_to_start", 0},
+      {{}, {written("text.exe", "no program")}, "exit code 126", "failed_to_start", 0},
+  };
+  for (auto row : rows) {
+    row.options.insert(row.options.end(), {"--verdict", path("verdict")});
+    const std::string name = ::testing::PrintToString(row.program);
+    EXPECT_EQ(guard(row.options, row.program).ending.name(), row.ending) << name;
+    const auto verdict = nlohmann::json::parse(read("verdict"));
+    EXPECT_EQ(verdict["schema"], "gpuprobe-guard");
+    EXPECT_EQ(verdict["run"]["status"], row.status) << name;
+    EXPECT_GE(verdict["run"]["tree_processes_killed"], row.killedAtLeast) << name;
+    EXPECT_EQ(verdict["incident"].is_null(), verdict["run"]["status"] == "finished" ||
+                                                 verdict["run"]["status"] == "failed_to_start");
+  }
+  EXPECT_EQ(guard({"--deadline", "never"}, {zoo, "exit", "0"}).ending.code, 125u);
+  EXPECT_EQ(guard({}, {}).ending.code, 125u);
+}
+
+TEST_F(Tool, GuardPassesStreamsThrough) {
+  for (const bool counted : {false, true}) {
+    const Arguments options = counted ? Arguments{"--verdict", path("verdict")} : Arguments{};
+    EXPECT_EQ(guard(options, {beside("zoo"), "zeros"}).out.text, std::string("a\0b\n", 4));
+    EXPECT_EQ(guard(options, {beside("zoo"), "print", "12"}).outRead, 12u << 20);
+    EXPECT_EQ(guard(options, {beside("zoo"), "flood-errors"}).errRead, 8u << 20);
+  }
+  EXPECT_EQ(nlohmann::json::parse(read("verdict"))["run"]["stderr_bytes"], 8 << 20);
+}
+
+TEST_F(Tool, GuardLeavesATreeThatIsToBeKept) {
+  for (const bool kept : {true, false}) {
+    const nkutil::RunResult result =
+        guard(kept ? Arguments{"--keep-tree"} : Arguments{}, {beside("zoo"), "grandchild"});
+    EXPECT_EQ(result.ending.name(), "exit code 0");
+    // What the guard left is ours to end.
+    EXPECT_EQ(result.killedProcesses, kept ? 1 : 0);
+  }
+}
+
+TEST_F(Tool, AReaderThatBlocksCountsAgainstTheDeadline) {
+  std::atomic<bool> open{false};
+  nkutil::Command command;
+  command.program = beside("gpureport");
+  command.arguments = {"guard", "--deadline",  "1",     "--verdict", path("verdict"),
+                       "--",    beside("zoo"), "print", "64"};
+  command.out.to = nkutil::Command::Output::To::Sink;
+  command.out.sink = [&](std::string_view, nkutil::Time) {
+    while (!open) std::this_thread::sleep_for(Milliseconds(5));
+    return false;
+  };
+  nkutil::LaunchError error;
+  const auto start = Clock::now();
+  const auto app = nkutil::systemLauncher().launch(command, start + Milliseconds(30000), error);
+  ASSERT_TRUE(app) << error.message();
+  EXPECT_TRUE(app->WaitFor(nkutil::AppState::Finishing, start + Milliseconds(30000)));
+  EXPECT_LT(Clock::now() - start, Milliseconds(10000));
+  open = true;
+  EXPECT_TRUE(app->waitForEnd(start + Milliseconds(40000)));
+  EXPECT_EQ(app->ending().code, 124u);
+}
+
+}  // namespace
+}  // namespace gpureport
