@@ -98,7 +98,7 @@ std::vector<Fault> ParseFaults(const std::string& text) {
 
 std::vector<std::pair<std::string, std::string>> EnvironmentOf(
     const std::string& faults, const std::string& folder,
-    std::string (*variable)(const std::string& name)) {
+    const std::function<std::string(const std::string& name)>& variable) {
   bool opencl = false, opengl = false;
   for (const Fault& fault : ParseFaults(faults)) {
     const bool any = fault.function == "*";

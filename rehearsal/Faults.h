@@ -4,6 +4,7 @@
 /// so that a host's tool can look at a fault before it starts anything.
 
 #include <cstdint>
+#include <functional>
 #include <limits>
 #include <optional>
 #include <string>
@@ -59,6 +60,6 @@ std::vector<Fault> ParseFaults(const std::string& text);
 /// ParseFaults() throws.
 std::vector<std::pair<std::string, std::string>> EnvironmentOf(
     const std::string& faults, const std::string& folder,
-    std::string (*variable)(const std::string& name));
+    const std::function<std::string(const std::string& name)>& variable);
 
 }  // namespace rehearsal
