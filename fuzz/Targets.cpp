@@ -1,9 +1,12 @@
 #include "fuzz/Targets.h"
 
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
 
+#include "host/Inspect.h"
+#include "host/ReportReader.h"
 #include "linux/DRMAdapterDesc.h"
 #include "linux/GPUImplLinux.h"
 #include "linux/PCINames.h"
@@ -54,4 +57,39 @@ void FuzzSysfsNumbers(const std::string& text) {
   promise(!ParseSysfsNumber(' ' + text, kAll), "nothing stands before a number");
   LargestPrefetchableWindow(text);
   promise(text.find(DateOfNVIDIAVersion(text)) <= text.find('\n'), "a date is in the first line");
+}
+
+void FuzzReports(const std::string& text) {
+  struct Read {
+    std::string lines;
+    std::string rest;
+  };
+  const auto readIn = [&text](std::size_t piece) {
+    Read read;
+    host::ReportReader reader([&read](const host::ReportLine& line) {
+      read.lines += std::to_string(static_cast<int>(line.kind));
+      read.lines.append(line.name).append("=").append(line.text).append("\n");
+      promise(!line.question || (line.gpu >= 0 && line.kind == host::ReportLine::Kind::OfGpu),
+              "an answer is of a GPU");
+    });
+    for (std::size_t at = 0; at < text.size(); at += piece) reader.feed(text.substr(at, piece));
+    read.rest = reader.rest();
+    return read;
+  };
+  const Read whole = readIn(text.size() + 1), pieces = readIn(7);
+  promise(whole.lines == pieces.lines && whole.rest == pieces.rest, "pieces change nothing");
+  promise(whole.rest.find('\n') == std::string::npos, "a torn line is one line");
+
+  const host::Inspection result = host::FromReport(text);
+  const bool torn = result.status == host::Status::Torn;
+  promise(torn || text.find("snifferEnd=") != text.npos, "without its end a report is torn");
+  for (const host::Api* api : {&result.openGL, &result.openCL})
+    for (const host::Gpu& gpu : api->gpus)
+      for (const host::Answer& answer : gpu.answers) {
+        const auto* value = std::get_if<host::Value>(&answer);
+        const auto* number = value ? std::get_if<double>(value) : nullptr;
+        promise(!number || std::isfinite(*number), "a number is finite");
+        promise(value || torn || answer != host::Answer(host::Reason::NotReached),
+                "a whole report reaches all");
+      }
 }

@@ -7,3 +7,4 @@
 void FuzzSysfsNumbers(const std::string& text);
 void FuzzPCIIDs(const std::string& text);
 void FuzzGLVersions(const std::string& text);
+void FuzzReports(const std::string& text);

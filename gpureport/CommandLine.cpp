@@ -65,6 +65,7 @@ void parseShow(const std::vector<std::string>& arguments, Wanted& wanted) {
   // So that who calls a script can overrule its options.
   app.option_defaults()->take_last();
   std::vector<std::string> names;
+  names.reserve(formats.size());
   for (const auto& each : formats) names.push_back(each.first);
   app.add_option("--format", format, "text, json, jsonl, prometheus, labels or html")
       ->check(CLI::IsMember(names).description(""))
@@ -146,6 +147,7 @@ Wanted ParseCommandLine(const std::vector<std::string>& arguments) {
 
 std::vector<std::string> SkipNames(const std::string& list) {
   std::vector<std::string> names;
+  names.reserve(formats.size());
   std::istringstream stream(list);
   for (std::string name; std::getline(stream, name, ',');) {
     for (std::size_t place = 0; (place = name.find("%2C", place)) != std::string::npos; ++place)

@@ -43,8 +43,8 @@ const std::vector<RowPlan>& planOf(protocol::GPUKind kind) {
       {"Driver", {{"driver_version"}}},
       {"Vendor", {{"vendor"}, {"vendor_id", "vendor %"}}},
       {"CUDA", {{"cuda_version"}}},
-      {"Copies", {{"copy_bytes_per_second"}}},
-      {"Kernel", {{"kernel_seconds"}}},
+      {"Copy speed", {{"copy_bytes_per_second"}}},
+      {"Kernel time", {{"kernel_seconds"}}},
   };
   return kind == protocol::GPUKind::OpenGL ? openGL : openCL;
 }
@@ -97,12 +97,14 @@ Row makeRow(const host::Gpu& gpu, const RowPlan& plan) {
   return row;
 }
 
-/// "texture units" of "GL_MAX_TEXTURE_UNITS".
-std::string limitName(const std::string& name) {
-  std::string text = name.substr(name.rfind("GL_MAX_", 0) == 0 ? 7 : 0);
+/// "texture units 8" of "GL_MAX_TEXTURE_UNITS"; the number never stands alone.
+std::string limitText(const Field& field, std::int64_t limit) {
+  std::string text = field.name == "rect_texture_size"          ? "rectangle texture"
+                     : field.name == "max_program_instructions" ? "program instructions"
+                                                                : field.name.substr(7);
   for (char& c : text)
     c = c == '_' ? ' ' : static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  return text;
+  return text + "\u00a0" + std::to_string(limit);
 }
 
 /// The answers that are missing for one reason, folded: "3 driver hung".
@@ -139,10 +141,7 @@ Row limitsRow(const host::Gpu& gpu) {
       continue;
     }
     const auto* limit = std::get_if<std::int64_t>(&std::get<host::Value>(answer));
-    const std::string name = field.name == "rect_texture_size"          ? "rectangle texture"
-                             : field.name == "max_program_instructions" ? "program instructions"
-                                                                        : limitName(field.name);
-    if (limit) append(row.text, name + " " + std::to_string(*limit));
+    if (limit) append(row.text, limitText(field, *limit));
   }
   if (!missing.reasons.empty()) append(row.text, missing.text());
   row.look = missing.look;
@@ -180,7 +179,10 @@ Row extensionsRow(const host::Gpu& gpu) {
 }  // namespace
 
 Row GpuTitle(const host::Gpu& gpu) {
-  Row row = makeRow(gpu, {"", {{"name"}}});
+  // What drew the pictures is a name, too.
+  const bool named = host::FieldValue<std::string>(gpu, "name").has_value();
+  const bool drawn = host::FieldValue<std::string>(gpu, "renderer").has_value();
+  Row row = makeRow(gpu, {"", {{!named && drawn ? "renderer" : "name"}}});
   if (row.look == Look::Plain) row.look = Look::Bold;
   return row;
 }

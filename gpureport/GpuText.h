@@ -17,7 +17,7 @@ struct Row {
   Look look = Look::Plain;
 };
 
-/// The GPU's name, or why there is none.
+/// The GPU's name, else its renderer's, or why there is none.
 Row GpuTitle(const host::Gpu& gpu);
 
 /// What a person wants to know of the GPU, limits and extensions folded. An answer that a fault

@@ -15,7 +15,7 @@ using nkutil::Ending;
 using Status = GuardRun::Status;
 
 /// How often a wait looks whether it was interrupted.
-constexpr nkutil::Milliseconds kBeat{100};
+constexpr nkutil::Milliseconds kNextLook{100};
 /// For the kill of the tree at the deadline.
 constexpr nkutil::Milliseconds kKillBudget{500};
 /// As a shell tells of a program that Ctrl-C ended.
@@ -47,7 +47,7 @@ void watch(nkutil::ConsoleApp& app, nkutil::Time deadline, GuardRun& run) {
   const std::atomic<bool>& interrupted = WatchInterrupts();
   bool over = false;
   while (!over && !interrupted && nkutil::Clock::now() < deadline)
-    over = app.waitForEnd(std::min(deadline, nkutil::Clock::now() + kBeat));
+    over = app.waitForEnd(std::min(deadline, nkutil::Clock::now() + kNextLook));
   if (!over) {
     run.interrupted = interrupted;
     run.status = app.Kill(kKillBudget) ? Status::Hung : Status::Stuck;

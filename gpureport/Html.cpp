@@ -93,19 +93,19 @@ std::string headHtml(const host::Inspection& inspection) {
 }
 
 std::string tilesHtml(const host::Inspection& inspection) {
-  const std::string limit =
-      inspection.deadlineSeconds
-          ? ", " + Quantity(*inspection.deadlineSeconds, "seconds") + " allowed"
-          : "";
-  return Element("dl class=\"tiles\"",
-                 Definition("OpenGL", Counted(inspection.openGL.gpus.size(), "GPU")) +
-                     Definition("OpenCL", Counted(inspection.openCL.gpus.size(), "GPU")) +
-                     Definition("answers", std::to_string(inspection.answeredQuestions())) +
-                     Definition("missing", std::to_string(inspection.unansweredQuestions())) +
-                     Definition("wall time" + limit, seconds(inspection.durationSeconds)) +
-                     Definition(inspection.attempts == 1 ? "attempt" : "attempts",
-                                std::to_string(inspection.attempts))) +
-         '\n';
+  std::string tiles = Definition("OpenGL", Counted(inspection.openGL.gpus.size(), "GPU")) +
+                      Definition("OpenCL", Counted(inspection.openCL.gpus.size(), "GPU")) +
+                      Definition("answers", std::to_string(inspection.answeredQuestions())) +
+                      Definition("missing", std::to_string(inspection.unansweredQuestions()));
+  // Nobody knows how long the run behind an existing report took.
+  if (inspection.deadlineSeconds) {
+    tiles +=
+        Definition("wall time, " + Quantity(*inspection.deadlineSeconds, "seconds") + " allowed",
+                   seconds(inspection.durationSeconds)) +
+        Definition(inspection.attempts == 1 ? "attempt" : "attempts",
+                   std::to_string(inspection.attempts));
+  }
+  return Element("dl class=\"tiles\"", tiles) + '\n';
 }
 
 const char* deed(host::Incident::Kind kind) {
@@ -159,12 +159,16 @@ std::string incidentHtml(const host::Incident& incident) {
   }
   facts += library.empty() ? library : Definition("Library", Foreign(library + offset), "wide");
   fact("How that is known", proof(incident.evidence));
+  const std::string command = SkipCommand(incident);
+  const std::string skip = command.empty() ? ""
+                                           : " Until then, " + Element("code", Foreign(command)) +
+                                                 " asks everything else.";
   return Element(
              "article class=\"card incident bad\"",
              Element("h3", Foreign(file.empty() ? "A driver" : file) + ' ' + deed(incident.kind)) +
                  Element("dl class=\"facts\"", facts) +
-                 Element("p class=\"todo\"",
-                         Element("strong", "What to do") + ' ' + Foreign(Advice(incident)))) +
+                 Element("p class=\"todo\"", Element("strong", "What to do") + ' ' +
+                                                 Foreign(Advice(incident)) + skip)) +
          '\n';
 }
 

@@ -3,8 +3,8 @@
 #include <cstdio>
 #include <iterator>
 
+#include "gpureport/Columns.h"
 #include "gpureport/Values.h"
-#include "host/Text.h"
 
 namespace gpureport {
 namespace {
@@ -33,7 +33,7 @@ constexpr Step kSteps[] = {
 
 std::string Escaped(const std::string& text) {
   std::string html;
-  for (const char c : host::ValidUtf8(text)) {
+  for (const char c : Printable(text)) {
     switch (c) {
       case '&':
         html += "&amp;";
@@ -51,8 +51,7 @@ std::string Escaped(const std::string& text) {
         html += "&#39;";
         break;
       default:
-        html += static_cast<unsigned char>(c) < 0x20 || c == 0x7f ? std::string("\xef\xbf\xbd")
-                                                                  : std::string(1, c);
+        html += c;
     }
   }
   return html;
@@ -112,20 +111,27 @@ std::string Counted(std::size_t number, const std::string& noun) {
   return std::to_string(number) + ' ' + noun + (number == 1 ? "" : "s");
 }
 
+std::string AskedAt(const host::Incident& incident) {
+  return (incident.gpu ? *incident.gpu + '.' : "") + incident.question;
+}
+
 std::string Advice(const host::Incident& incident) {
   const std::string culprit = incident.package   ? "the package " + *incident.package
                               : incident.library ? "the driver that this library belongs to"
                                                  : "the graphics driver";
   const bool isStuck = incident.kind == host::Incident::Kind::Stuck;
-  std::string text = (isStuck ? "Restart the machine, then update " : "Update ") + culprit + '.';
+  return (isStuck ? "Restart the machine, then update " : "Update ") + culprit + '.';
+}
+
+std::string SkipCommand(const host::Incident& incident) {
   if (incident.question.empty() || incident.question == "release") {
-    return text;
+    return {};
   }
-  std::string name = (incident.gpu ? *incident.gpu + '.' : "") + incident.question;
+  std::string name = AskedAt(incident);
   for (std::size_t comma = 0; (comma = name.find(',', comma)) != std::string::npos;) {
     name.replace(comma, 1, "%2C");
   }
-  return text + " Until then, gpureport --skip '" + name + "' asks everything else.";
+  return "gpureport --skip '" + name + "'";
 }
 
 const char* Words(host::Reason reason) {

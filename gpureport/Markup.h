@@ -13,7 +13,7 @@ namespace gpureport {
 /// Of what is shown, in bytes; the longest honest names and messages have half of it.
 inline constexpr std::size_t kLongestText = 400;
 
-/// For content and for quoted attributes; valid UTF-8, control characters marked by U+FFFD.
+/// For content and for quoted attributes; what Printable() replaces is replaced.
 std::string Escaped(const std::string& text);
 
 /// A driver's text: kept to its own direction of writing, and cut where nobody would read on.
@@ -35,8 +35,12 @@ std::string Quantity(double value, const std::string& unit);
 /// An amount with the right form of its noun: "1 answer", "2 answers".
 std::string Counted(std::size_t number, const std::string& noun);
 
+/// "clgpu[0].CLCompute", "NumCLGPUs Portable Computing Language".
+std::string AskedAt(const host::Incident& incident);
 /// What a person can do about an incident.
 std::string Advice(const host::Incident& incident);
+/// The command that asks everything but what led to it; empty where nothing was asked.
+std::string SkipCommand(const host::Incident& incident);
 
 /// Why an answer is missing, in words for people.
 const char* Words(host::Reason reason);

@@ -18,22 +18,22 @@ using Kind = Term::Kind;
 constexpr int kHighestProbedGL = 401;
 
 /// What --require answers with: 0, 9, or why it can't be told.
-using Verdict = int;
+using Code = int;
 
-int rank(Verdict verdict) {
+int rank(Code verdict) {
   return verdict == kComplete ? 0 : verdict == kNotMet ? 2 : 1;
 }
 
 /// Terms joined by "and": one that is not met decides.
-Verdict both(Verdict one, Verdict other) {
+Code both(Code one, Code other) {
   return rank(other) > rank(one) ? other : one;
 }
 /// GPUs joined by "or": one that meets it decides.
-Verdict either(Verdict one, Verdict other) {
+Code either(Code one, Code other) {
   return rank(other) < rank(one) ? other : one;
 }
 
-Verdict told(bool met) {
+Code told(bool met) {
   return met ? kComplete : kNotMet;
 }
 
@@ -47,32 +47,32 @@ std::optional<int> versionNumber(const std::string& text) {
 
 /// A judgement of one value, or of its absence.
 template <class T, class Judge>
-Verdict judge(const host::Inspection& inspection, const host::Gpu& gpu, const char* path,
-              Judge decide) {
+Code judge(const host::Inspection& inspection, const host::Gpu& gpu, const char* path,
+           Judge decide) {
   const host::Answer answer = host::FieldAnswer(gpu, path);
   if (const auto* reason = std::get_if<host::Reason>(&answer)) return ExitCode(inspection, *reason);
   const T* value = std::get_if<T>(&std::get<host::Value>(answer));
   return value ? decide(*value) : kUnanswered;
 }
 
-Verdict versionAtLeast(const host::Inspection& inspection, const host::Gpu& gpu, const char* path,
-                       int wanted) {
+Code versionAtLeast(const host::Inspection& inspection, const host::Gpu& gpu, const char* path,
+                    int wanted) {
   return judge<std::string>(inspection, gpu, path, [&](const std::string& text) {
     const std::optional<int> version = versionNumber(text);
     return version ? told(*version >= wanted) : kUnanswered;
   });
 }
 
-Verdict openGLAtLeast(const host::Inspection& inspection, const host::Gpu& gpu, const Term& term) {
+Code openGLAtLeast(const host::Inspection& inspection, const host::Gpu& gpu, const Term& term) {
   const int wanted = term.major * 100 + term.minor;
-  const Verdict probed =
+  const Code probed =
       versionAtLeast(inspection, gpu, "version", std::min(wanted, kHighestProbedGL));
   if (wanted <= kHighestProbedGL || probed != kComplete) return probed;
   // GLSL is numbered like OpenGL from 3.3 on, with a digit more.
   return versionAtLeast(inspection, gpu, "glsl_version", term.major * 100 + term.minor * 10);
 }
 
-Verdict meets(const Term& term, const host::Inspection& inspection, const host::Gpu& gpu) {
+Code meets(const Term& term, const host::Inspection& inspection, const host::Gpu& gpu) {
   const auto flag = [&](const char* path, bool wanted) {
     return judge<bool>(inspection, gpu, path, [&](bool value) { return told(value == wanted); });
   };
@@ -111,7 +111,7 @@ std::optional<GPUKind> apiOf(const Term& term) {
 }
 
 /// What an API without the wanted GPU says: not met, unless GPUs may have gone unseen.
-Verdict unseen(const host::Inspection& inspection, const host::Api& api, GPUKind kind) {
+Code unseen(const host::Inspection& inspection, const host::Api& api, GPUKind kind) {
   if (inspection.status == host::Status::FailedToStart) return kNotStarted;
   const bool openGL = kind == GPUKind::OpenGL;
   for (const host::Incident& incident : inspection.incidents) {
@@ -141,12 +141,11 @@ Verdict unseen(const host::Inspection& inspection, const host::Api& api, GPUKind
 }
 
 /// One GPU of the API has all of the terms that are its own or anybody's.
-Verdict evaluateApi(const std::vector<Term>& terms, const host::Inspection& inspection,
-                    GPUKind kind) {
+Code evaluateApi(const std::vector<Term>& terms, const host::Inspection& inspection, GPUKind kind) {
   const host::Api& api = kind == GPUKind::OpenGL ? inspection.openGL : inspection.openCL;
-  Verdict best = unseen(inspection, api, kind);
+  Code best = unseen(inspection, api, kind);
   for (const host::Gpu& gpu : api.gpus) {
-    Verdict all = kComplete;
+    Code all = kComplete;
     for (const Term& term : terms)
       if (apiOf(term).value_or(kind) == kind) all = both(all, meets(term, inspection, gpu));
     best = either(best, all);

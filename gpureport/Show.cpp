@@ -37,9 +37,15 @@ std::string probePath(const ShowOptions& options) {
   return there ? beside : "gpuprobe";
 }
 
+/// Whether answers come out between the steps, where a line of progress would be in their way.
+bool writesAnswers(const ShowOptions& options) {
+  return options.format == Format::JsonLines && options.output.empty() &&
+         TerminalColumns(StandardStream::Out) > 0;
+}
+
 /// Answers of jsonl go out as they come, unless they are kept for a file.
 host::Inspection inspect(const ShowOptions& options, std::string* lines, bool& written) {
-  Progress progress(!options.quiet);
+  Progress progress(!options.quiet && !writesAnswers(options));
   host::Options how;
   how.probe = probePath(options);
   how.deadline = options.deadline;
@@ -47,7 +53,7 @@ host::Inspection inspect(const ShowOptions& options, std::string* lines, bool& w
   how.skip = options.skip;
   how.cancelled = &WatchInterrupts();
   how.onAsking = [&](const std::string& name, int attempt) { progress.asking(name, attempt); };
-  if (options.format == Format::JsonLines)
+  if (options.format == Format::JsonLines && options.get.empty())
     how.onAnswer = [&](const host::AnswerEvent& event) {
       const std::string line = host::ToJsonLine(event) + "\n";
       if (lines)

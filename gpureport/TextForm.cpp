@@ -13,7 +13,7 @@ namespace {
 constexpr int kLabelColumns = 14;
 constexpr std::size_t kMostMessages = 6;
 /// Of one value; who wants more of a driver's prose takes the JSON.
-constexpr std::size_t kMostLines = 6;
+constexpr std::size_t kMostLines = 8;
 
 /// Puts lines together and keeps them within the columns.
 class Page {
@@ -104,11 +104,6 @@ void addHead(const host::Inspection& inspection, Page& page) {
   page.paragraph("", 0, text, lookOf(inspection.status));
 }
 
-/// "clgpu[0].CLCompute", "NumCLGPUs Portable Computing Language".
-std::string askedAt(const host::Incident& incident) {
-  return (incident.gpu ? *incident.gpu + "." : "") + incident.question;
-}
-
 std::string deedText(const host::Incident& incident) {
   using Kind = host::Incident::Kind;
   const std::string library = incident.library.value_or("");
@@ -122,7 +117,7 @@ std::string deedText(const host::Incident& incident) {
   if (incident.question == "release")
     text += " when it was released, after the last answer";
   else if (!incident.question.empty())
-    text += " at " + askedAt(incident);
+    text += " at " + AskedAt(incident);
   return text + ", after " + Quantity(incident.seconds, "seconds");
 }
 
@@ -138,33 +133,14 @@ std::string placeText(const host::Incident& incident) {
   return text;
 }
 
-std::string adviceText(const host::Incident& incident) {
-  std::string text =
-      incident.kind == host::Incident::Kind::Stuck ? "Restart the machine, then update " : "Update ";
-  text += incident.package   ? "the package " + *incident.package
-          : incident.library ? "the driver that this library belongs to"
-                             : "the graphics driver";
-  return text + ".";
-}
-
-/// How to do without what was asked; empty where nothing was.
-std::string skipCommand(const host::Incident& incident) {
-  if (incident.question.empty() || incident.question == "release") return {};
-  std::string name = askedAt(incident);
-  for (std::size_t comma = 0; (comma = name.find(',', comma)) != std::string::npos;)
-    name.replace(comma, 1, "%2C");
-  return "gpureport --skip '" + name + "'";
-}
-
 void addIncidents(const host::Inspection& inspection, Page& page) {
   for (const host::Incident& incident : inspection.incidents) {
     page.gap();
     page.paragraph("! ", 2, Printable(deedText(incident)), Look::Bad);
     const std::string place = placeText(incident);
     if (!place.empty()) page.paragraph("  ", 2, Printable(place), Look::Plain);
-    const std::string skip = skipCommand(incident);
-    page.paragraph("  ", 2,
-                   Printable(adviceText(incident)) + (skip.empty() ? "" : " Until then:"),
+    const std::string skip = SkipCommand(incident);
+    page.paragraph("  ", 2, Printable(Advice(incident)) + (skip.empty() ? "" : " Until then:"),
                    Look::Plain);
     if (!skip.empty()) page.paragraph("  ", 4, Printable(skip), Look::Bold);
   }

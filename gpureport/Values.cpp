@@ -19,7 +19,7 @@ std::string TypeOf(const host::Gpu& gpu) {
 }
 
 std::string Cut(const std::string& text, std::size_t bytes) {
-  const std::string valid = host::ValidUtf8(text.substr(0, bytes + 1));
+  std::string valid = host::ValidUtf8(text.substr(0, bytes + 1));
   if (valid.size() <= bytes) {
     return valid;
   }

@@ -56,9 +56,9 @@ ApiFindings::ApiFindings(protocol::GPUKind kind, const std::set<std::string>& re
     : fKind(kind),
       fRequestedSkips(requestedSkips),
       fQuestions(FirstQuestion(kind)),
-      fQuestionCount(static_cast<std::size_t>(
-          std::count_if(std::begin(protocol::kQuestions), std::end(protocol::kQuestions),
-                        [kind](const protocol::Question& question) { return question.gpu == kind; }))) {}
+      fQuestionCount(static_cast<std::size_t>(std::count_if(
+          std::begin(protocol::kQuestions), std::end(protocol::kQuestions),
+          [kind](const protocol::Question& question) { return question.gpu == kind; }))) {}
 
 const char* ApiFindings::name() const {
   return fKind == protocol::GPUKind::OpenGL ? "OpenGL" : "OpenCL";
@@ -104,8 +104,8 @@ ApiFindings::Known ApiFindings::newGpu(int index) const {
 
 void ApiFindings::setCount(int count) {
   if (fCurrent || count < 0 || count > kMostGpus) return;
-  const auto same = std::find_if(
-      fGenerations.begin(), fGenerations.end(), [&](const Generation& generation) {
+  const auto same =
+      std::find_if(fGenerations.begin(), fGenerations.end(), [&](const Generation& generation) {
         return generation.gpus.size() == static_cast<std::size_t>(count) &&
                generation.devices == fDevices;
       });
@@ -127,8 +127,7 @@ void ApiFindings::pass() {
   if (fCurrent) sweepTo(fQuestionCount * fGenerations[*fCurrent].gpus.size());
 }
 
-std::optional<std::size_t> ApiFindings::placeOf(const protocol::Question& question,
-                                                int gpu) const {
+std::optional<std::size_t> ApiFindings::placeOf(const protocol::Question& question, int gpu) const {
   const auto index = static_cast<std::size_t>(&question - fQuestions);
   const auto column = static_cast<std::size_t>(gpu);
   const std::size_t count = fCurrent ? fGenerations[*fCurrent].gpus.size() : 0;
@@ -174,8 +173,7 @@ void ApiFindings::loseQuestion(const protocol::Question& question, int gpu, Reas
   const auto place = placeOf(question, gpu);
   if (!place) return;
   if (isOpen(answerAt(*place))) answerAt(*place) = reason;
-  if (reason == Reason::Hung)
-    ++fGenerations[*fCurrent].gpus[static_cast<std::size_t>(gpu)].hangs;
+  if (reason == Reason::Hung) ++fGenerations[*fCurrent].gpus[static_cast<std::size_t>(gpu)].hangs;
 }
 
 void ApiFindings::note(ApiStatus how) {
@@ -246,7 +244,7 @@ std::vector<Gpu> ApiFindings::gpus() const {
 ApiStatus ApiFindings::status() const {
   const std::vector<Gpu> all = gpus();
   const bool requested = fRequestedSkips.count(name()) > 0;
-  ApiStatus worst = !all.empty() ? ApiStatus::Ok
+  ApiStatus worst = !all.empty()                                    ? ApiStatus::Ok
                     : fAbsent || requested || !fGenerations.empty() ? ApiStatus::Absent
                                                                     : ApiStatus::Failed;
   const auto take = [&worst](ApiStatus status) {

@@ -98,8 +98,8 @@ class ApiFindings {
   std::vector<std::string> fDevices;
   std::optional<std::size_t> fCurrent;  ///< its generation
   bool fSkips = false;
-  std::size_t fReached = 0;             ///< place of the next answer that can come
-  std::set<std::size_t> fSkipped;       ///< places of questions
+  std::size_t fReached = 0;        ///< place of the next answer that can come
+  std::set<std::size_t> fSkipped;  ///< places of questions
 };
 
 }  // namespace host

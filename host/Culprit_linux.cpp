@@ -84,7 +84,9 @@ std::optional<Registers> registersOfWait(const std::string& folder) {
   std::istringstream words(readFile(folder + "syscall"));
   std::vector<std::string> fields{std::istream_iterator<std::string>(words), {}};
   if (fields.size() < 3) return std::nullopt;
-  const auto number = [](const std::string& text) { return std::strtoull(text.c_str(), nullptr, 16); };
+  const auto number = [](const std::string& text) {
+    return std::strtoull(text.c_str(), nullptr, 16);
+  };
   return Registers{number(fields[fields.size() - 1]), number(fields[fields.size() - 2])};
 }
 

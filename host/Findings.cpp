@@ -47,10 +47,10 @@ void Findings::take(const ReportLine& line) {
       takeSkipped(line.name);
       break;
     case ReportLine::Kind::OfRun:
-      takeRun(line);
+      if (!fEnded) takeRun(line);
       break;
     case ReportLine::Kind::OfGpu:
-      takeAnswer(line);
+      if (!fEnded) takeAnswer(line);
       break;
     case ReportLine::Kind::Unknown:
       fUnknownKeys.emplace(line.name, line.text);

@@ -11,7 +11,7 @@ namespace host {
 
 namespace {
 
-using Json = nlohmann::json;
+using ParsedJson = nlohmann::json;
 
 /// Says what is wrong where; leaves FromJson() as its error.
 struct WrongJson : std::runtime_error {
@@ -19,8 +19,8 @@ struct WrongJson : std::runtime_error {
 };
 
 /// A member, null where there is none: changes of the schema only add.
-const Json& member(const Json& object, const char* key) {
-  static const Json none;
+const ParsedJson& member(const ParsedJson& object, const char* key) {
+  static const ParsedJson none;
   if (!object.is_object()) throw WrongJson(std::string("no object around \"") + key + "\"");
   const auto found = object.find(key);
   return found == object.end() ? none : *found;
@@ -30,20 +30,20 @@ const Json& member(const Json& object, const char* key) {
   throw WrongJson(std::string("\"") + key + "\" is not as it should be");
 }
 
-std::optional<std::string> optionalText(const Json& object, const char* key) {
-  const Json& value = member(object, key);
+std::optional<std::string> optionalText(const ParsedJson& object, const char* key) {
+  const ParsedJson& value = member(object, key);
   if (value.is_null()) return std::nullopt;
   if (!value.is_string()) refuse(key);
   return value.get<std::string>();
 }
 
-std::string text(const Json& object, const char* key) {
+std::string text(const ParsedJson& object, const char* key) {
   return optionalText(object, key).value_or("");
 }
 
 template <class T>
-std::optional<T> optionalInteger(const Json& object, const char* key) {
-  const Json& value = member(object, key);
+std::optional<T> optionalInteger(const ParsedJson& object, const char* key) {
+  const ParsedJson& value = member(object, key);
   if (value.is_null()) return std::nullopt;
   if (!value.is_number_integer()) refuse(key);
   if (value.is_number_unsigned()) {
@@ -57,8 +57,8 @@ std::optional<T> optionalInteger(const Json& object, const char* key) {
   return static_cast<T>(number);
 }
 
-std::optional<double> optionalNumber(const Json& object, const char* key) {
-  const Json& value = member(object, key);
+std::optional<double> optionalNumber(const ParsedJson& object, const char* key) {
+  const ParsedJson& value = member(object, key);
   if (value.is_null()) return std::nullopt;
   if (!value.is_number()) refuse(key);
   return value.get<double>();
@@ -81,7 +81,7 @@ std::chrono::system_clock::time_point readTime(std::string iso) {
 }
 
 std::optional<Value> readValue(protocol::Kind kind, Field::Conversion conversion,
-                               const Json& value) {
+                               const ParsedJson& value) {
   if (value.is_boolean() && kind == protocol::Kind::Flag) return value.get<bool>();
   if (value.is_string() &&
       (kind == protocol::Kind::Text || conversion == Field::Conversion::Identifier))
@@ -95,12 +95,12 @@ std::optional<Value> readValue(protocol::Kind kind, Field::Conversion conversion
   return std::nullopt;
 }
 
-Answer readAnswer(const Field& field, const Json& gpu, const Json& missing) {
+Answer readAnswer(const Field& field, const ParsedJson& gpu, const ParsedJson& missing) {
   const char* folder = field.group == Field::Group::Limits       ? "limits"
                        : field.group == Field::Group::Extensions ? "extensions"
                                                                  : nullptr;
-  const Json& place = folder ? member(gpu, folder) : gpu;
-  const Json& value = place.is_null() ? place : member(place, field.name.c_str());
+  const ParsedJson& place = folder ? member(gpu, folder) : gpu;
+  const ParsedJson& value = place.is_null() ? place : member(place, field.name.c_str());
   if (value.is_null()) {
     const std::string path = field.path();
     const std::optional<std::string> reason =
@@ -113,7 +113,7 @@ Answer readAnswer(const Field& field, const Json& gpu, const Json& missing) {
   return *own;
 }
 
-int readIndex(const Json& gpu, protocol::GPUKind kind) {
+int readIndex(const ParsedJson& gpu, protocol::GPUKind kind) {
   const std::string tag = text(gpu, "tag");
   const std::string begin = std::string(protocol::TagWord(kind)) + "[";
   if (tag.size() < begin.size() + 2 || tag.size() > begin.size() + 7 ||
@@ -124,23 +124,23 @@ int readIndex(const Json& gpu, protocol::GPUKind kind) {
   return std::stoi(digits);
 }
 
-Api readApi(const Json& json, protocol::GPUKind kind) {
+Api readApi(const ParsedJson& json, protocol::GPUKind kind) {
   Api api;
   api.status = word(text(json, "status"), ApiStatus::Failed, "status");
-  const Json& gpus = member(json, "gpus");
+  const ParsedJson& gpus = member(json, "gpus");
   if (!gpus.is_array()) refuse("gpus");
-  for (const Json& each : gpus) {
+  for (const ParsedJson& each : gpus) {
     Gpu gpu;
     gpu.kind = kind;
     gpu.index = readIndex(each, kind);
-    const Json& missing = member(each, "missing");
+    const ParsedJson& missing = member(each, "missing");
     for (const Field& field : Fields(kind)) gpu.answers.push_back(readAnswer(field, each, missing));
     api.gpus.push_back(std::move(gpu));
   }
   return api;
 }
 
-Incident readIncident(const Json& json) {
+Incident readIncident(const ParsedJson& json) {
   using Kind = Incident::Kind;
   using Evidence = Incident::Evidence;
   Incident incident;
@@ -159,7 +159,7 @@ Incident readIncident(const Json& json) {
   return incident;
 }
 
-void readRun(const Json& run, Inspection& inspection) {
+void readRun(const ParsedJson& run, Inspection& inspection) {
   inspection.status = word(text(run, "status"), Status::Torn, "status");
   inspection.exitCode = optionalInteger<int>(run, "exit_code");
   inspection.durationSeconds = optionalNumber(run, "duration_seconds").value_or(0);
@@ -168,22 +168,22 @@ void readRun(const Json& run, Inspection& inspection) {
   inspection.startError = text(run, "start_error");
 }
 
-Message readMessage(const Json& json) {
+Message readMessage(const ParsedJson& json) {
   return {optionalInteger<int>(json, "attempt").value_or(1), text(json, "question"),
           text(json, "text")};
 }
 
-Inspection readInspection(const Json& json) {
+Inspection readInspection(const ParsedJson& json) {
   if (text(json, "schema") != "gpuprobe-report") refuse("schema");
   if (optionalInteger<int>(json, "schema_version").value_or(0) < 1) refuse("schema_version");
   Inspection inspection;
   inspection.createdAt = readTime(text(json, "created_at"));
   readRun(member(json, "run"), inspection);
-  for (const Json& each : member(json, "incidents"))
+  for (const ParsedJson& each : member(json, "incidents"))
     inspection.incidents.push_back(readIncident(each));
   inspection.openGL = readApi(member(json, "opengl"), protocol::GPUKind::OpenGL);
   inspection.openCL = readApi(member(json, "opencl"), protocol::GPUKind::OpenCL);
-  for (const Json& each : member(json, "messages"))
+  for (const ParsedJson& each : member(json, "messages"))
     inspection.messages.push_back(readMessage(each));
   for (const auto& [key, value] : member(json, "unknown_keys").items()) {
     if (!value.is_string()) refuse("unknown_keys");
@@ -195,7 +195,7 @@ Inspection readInspection(const Json& json) {
 }  // namespace
 
 std::optional<Inspection> FromJson(const std::string& text, std::string& error) {
-  const Json json = Json::parse(text, nullptr, false);
+  const ParsedJson json = ParsedJson::parse(text, nullptr, false);
   if (json.is_discarded()) {
     error = "not valid JSON";
     return std::nullopt;

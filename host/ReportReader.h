@@ -25,8 +25,9 @@ struct ReportLine {
   const protocol::RunLine* run = nullptr;
   const protocol::Question* question = nullptr;
   int gpu = 0;  ///< the number in the tag
-  /// OfRun and OfGpu: the value. Failed where it is none of its kind or not finite; Unknown where it
-  /// is the sign for that (docs/report.md); Absent for the CUDA version of a driver without CUDA.
+  /// OfRun and OfGpu: the value. Failed where it is none of its kind or not finite; Unknown where
+  /// it is the sign for that (docs/report.md); Absent for the CUDA version of a driver without
+  /// CUDA.
   Answer value = Reason::Unknown;
 };
 

@@ -63,9 +63,9 @@ std::string UtcTime(std::chrono::system_clock::time_point time) {
       static_cast<int>(dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100));
   const int march = (5 * dayOfYear + 2) / 153;
   const int month = march < 10 ? march + 3 : march - 9;
-  char text[48];
-  std::snprintf(text, sizeof text, "%04lld-%02d-%02dT%02d:%02d:%02dZ",
-                static_cast<long long>(era * 400 + yearOfEra + (month <= 2)), month,
+  const auto year = static_cast<int>(era * 400 + yearOfEra + (month <= 2));
+  char text[80];
+  std::snprintf(text, sizeof text, "%04d-%02d-%02dT%02d:%02d:%02dZ", year, month,
                 dayOfYear - (153 * march + 2) / 5 + 1, rest / 3600, rest / 60 % 60, rest % 60);
   return text;
 }

@@ -18,8 +18,8 @@ extern "C" {
 
 /* Asks the machine's GPUs and returns the report, the JSON of gpuprobe-report.schema.json in UTF-8,
    for gpuprobe_free(). It comes by the deadline (up to 100 ms later where a child resists) whatever
-   the drivers do. Null only where memory ran out. May be called from any thread, and from several at
-   once.
+   the drivers do. Null only where memory ran out. May be called from any thread, and from several
+   at once.
 
    The options are a JSON object in UTF-8, or null for the defaults. Each member may be missing:
      "probe"             path of the probe, or a name that is looked for in PATH: "gpuprobe"

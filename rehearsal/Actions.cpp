@@ -97,15 +97,12 @@ const Fault* FaultOfLoading(const char* name) {
 }
 
 const Fault* CountCall(Calls& calls) {
-  static std::uint64_t allMade = 0;
+  static std::vector<std::uint64_t> fitting(faults().size());
   ++calls.made;
-  ++allMade;
   const Fault* striking = nullptr;
-  for (const Fault& fault : faults()) {
-    const bool any = fault.function == "*";
-    if (!striking && (any || fault.function == calls.name) &&
-        fault.strikes(any ? allMade : calls.made))
-      striking = &fault;
+  for (std::size_t i = 0; i < fitting.size(); ++i) {
+    const Fault& fault = faults()[i];
+    if (fault.fits(calls.name) && fault.strikes(++fitting[i]) && !striking) striking = &fault;
   }
   if (striking && !TakeStrike()) striking = nullptr;
   trace(calls.name, striking);

@@ -1,8 +1,8 @@
 #include "rehearsal/Faults.h"
 
+#include <algorithm>
 #include <charconv>
 #include <stdexcept>
-#include <string_view>
 
 namespace rehearsal {
 namespace {
@@ -85,6 +85,12 @@ bool startsWith(const std::string& text, const char* start) {
 }
 
 }  // namespace
+
+bool Fault::fits(std::string_view name) const {
+  if (function.empty() || function.back() != '*') return function == name;
+  return name.substr(0, function.size() - 1) ==
+         std::string_view(function).substr(0, function.size() - 1);
+}
 
 std::vector<Fault> ParseFaults(const std::string& text) {
   std::vector<Fault> faults;

@@ -8,6 +8,7 @@
 #include <limits>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -39,13 +40,15 @@ enum class Action {
 };
 
 struct Fault {
-  std::string function;  ///< "*": any, and calls are counted over all functions
+  /// "cl*": every function that begins so, and calls are counted over all of them; "*": any.
+  std::string function;
   /// The calls that go wrong, counted from 1 within a process.
   std::uint64_t first = 1;
   std::uint64_t last = std::numeric_limits<std::uint64_t>::max();
   Action action = Action::Error;
   std::optional<std::int64_t> argument;
 
+  bool fits(std::string_view name) const;
   bool strikes(std::uint64_t call) const { return first <= call && call <= last; }
 };
 

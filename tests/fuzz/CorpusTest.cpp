@@ -8,6 +8,7 @@ TEST(FuzzCorpus, EveryPromiseIsKept) {
       {"SysfsNumbers", FuzzSysfsNumbers},
       {"PCIIDs", FuzzPCIIDs},
       {"GLVersions", FuzzGLVersions},
+      {"Reports", FuzzReports},
   };
   for (const auto& [name, target] : targets) {
     int inputs = 0;

@@ -7,8 +7,8 @@
 #include "gpureport/Html.h"
 #include "gpureport/Labels.h"
 #include "gpureport/Metrics.h"
-#include "host/Fields.h"
 #include "host/Text.h"
+#include "tests/gpureport/Samples.h"
 
 namespace gpureport {
 namespace {
@@ -16,20 +16,9 @@ namespace {
 using host::Reason;
 using host::Value;
 using protocol::GPUKind;
+using test::makeGpu;
 using ::testing::HasSubstr;
 using ::testing::Not;
-
-/// A GPU that answers the questions given and nothing else.
-host::Gpu makeGpu(GPUKind kind, int index, const std::map<std::string, host::Answer>& answers) {
-  host::Gpu gpu;
-  gpu.kind = kind;
-  gpu.index = index;
-  for (const host::Field& field : host::Fields(kind)) {
-    const auto answer = answers.find(field.question->key);
-    gpu.answers.push_back(answer == answers.end() ? host::Answer(Reason::Unknown) : answer->second);
-  }
-  return gpu;
-}
 
 host::Inspection inspectionOf(const std::string& name) {
   host::Inspection inspection;

@@ -114,7 +114,9 @@ TEST_F(Tool, AFileIsThereAsAWhole) {
 
 TEST_F(Tool, GuardEndsAsItsProgram) {
   const std::string zoo = beside("zoo");
-  const std::string overflow = onWindows() ? "0xC00000FD stack overflow" : "exit code 139";
+  const Arguments crash =
+      onWindows() ? Arguments{zoo, "raise", "C0000005"} : Arguments{zoo, "overflow"};
+  const std::string crashed = onWindows() ? "0xC0000005 access violation" : "exit code 139";
   const struct {
     Arguments options;
     Arguments program;
@@ -124,7 +126,7 @@ TEST_F(Tool, GuardEndsAsItsProgram) {
   } rows[] = {
       {{}, {zoo, "exit", "0"}, "exit code 0", "finished", 0},
       {{}, {zoo, "exit", "7"}, "exit code 7", "finished", 0},
-      {{"--deadline", "30"}, {zoo, "overflow"}, overflow, "crashed", 0},
+      {{"--deadline", "30"}, crash, crashed, "crashed", 0},
       {{"--deadline", "0.5"}, {zoo, "sleep"}, "exit code 124", "hung", 1},
       {{"--deadline", "3"}, {zoo, "storm", "3"}, "exit code 124", "hung", 4},
       {{"--deadline", "30"}, {zoo, "grandchild"}, "exit code 0", "finished", 1},
@@ -163,7 +165,7 @@ TEST_F(Tool, GuardLeavesATreeThatIsToBeKept) {
         guard(kept ? Arguments{"--keep-tree"} : Arguments{}, {beside("zoo"), "grandchild"});
     EXPECT_EQ(result.ending.name(), "exit code 0");
     // What the guard left is ours to end.
-    EXPECT_EQ(result.killedProcesses, kept ? 1 : 0);
+    EXPECT_EQ(result.killedProcesses > 0, kept);
   }
 }
 

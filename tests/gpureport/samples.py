@@ -58,6 +58,5 @@ def run(*checks):
         except Exception as error:  # pylint: disable=broad-except
             print(f"{type(error).__name__}: {error}")
             failed, word = 1, " FAILED  "
-        print(f"[ {word}] gpureport.{check.__name__} ({(time.time() - start) * 1000:.0f} ms)"
-              .replace("[       OK ]", "[       OK ]"))
+        print(f"[ {word}] gpureport.{check.__name__} ({(time.time() - start) * 1000:.0f} ms)")
     sys.exit(failed)

@@ -107,7 +107,8 @@ class FakeProbe {
   void questions(GPUKind kind, const std::vector<std::string>& gpus) {
     for (const protocol::Question& question : protocol::kQuestions)
       for (std::size_t i = 0; question.gpu == kind && i < gpus.size(); ++i) {
-        const std::string tag = std::string(protocol::TagWord(kind)) + "[" + std::to_string(i) + "]";
+        const std::string tag =
+            std::string(protocol::TagWord(kind)) + "[" + std::to_string(i) + "]";
         const std::string name = tag + "." + question.key;
         if (fSkipped.count(tag) + fSkipped.count(question.key) + fSkipped.count(name)) {
           write("# skipped " + name);
@@ -126,7 +127,8 @@ class FakeProbe {
       ask("ZOROGLInitialized");
       ask("OGLContextCreated");
       const std::string first = devices.empty() ? "" : devices[0];
-      if (!first.empty() && !fSkipped.count("NumGLGPUs " + first)) ask("OGLContextCreated " + first);
+      if (!first.empty() && !fSkipped.count("NumGLGPUs " + first))
+        ask("OGLContextCreated " + first);
       questions(GPUKind::OpenGL, stage("NumGLGPUs", devices));
     }
     if (!skips("OpenCL")) {
@@ -195,9 +197,8 @@ TEST(Inspect, OneFaultCostsItsOwnQuestion) {
   FakeProbe healthy;
   inspect(healthy);
   for (const std::string& at : healthy.asked)
-    for (const Fault::Kind kind :
-         {Fault::Kind::Hang, Fault::Kind::ChattyHang, Fault::Kind::Crash, Fault::Kind::Exit,
-          Fault::Kind::Stuck})
+    for (const Fault::Kind kind : {Fault::Kind::Hang, Fault::Kind::ChattyHang, Fault::Kind::Crash,
+                                   Fault::Kind::Exit, Fault::Kind::Stuck})
       for (const int times : {1, kEvery}) {
         SCOPED_TRACE(at + " " + std::to_string(static_cast<int>(kind)) + " " +
                      std::to_string(times));
@@ -205,7 +206,9 @@ TEST(Inspect, OneFaultCostsItsOwnQuestion) {
         const Inspection result = inspect(probe);
         const bool crashes = kind == Fault::Kind::Crash || kind == Fault::Kind::Exit;
         const bool exits = kind == Fault::Kind::Exit;
-        const std::string status = crashes ? "crashed" : kind == Fault::Kind::Stuck ? "stuck" : "hung";
+        const std::string status = crashes                      ? "crashed"
+                                   : kind == Fault::Kind::Stuck ? "stuck"
+                                                                : "hung";
         const std::string apiStatus = exits ? "failed" : crashes ? "crashed" : "hung";
         if (at == "release") {
           EXPECT_EQ(outcome(result), "complete, ok 2, ok 2");
@@ -216,9 +219,10 @@ TEST(Inspect, OneFaultCostsItsOwnQuestion) {
         const Incident& incident = result.incidents[0];
         const std::string tag = incident.gpu ? *incident.gpu + "." : "";
         EXPECT_EQ(tag + incident.question, at);
-        EXPECT_EQ(incident.library.value_or(""), kind == Fault::Kind::Crash ? "/lib/libbad.so.1" : "");
-        const bool isLong = tag.empty() || at.find(".CLBandwidth") != at.npos ||
-                            at.find(".CLCompute") != at.npos;
+        EXPECT_EQ(incident.library.value_or(""),
+                  kind == Fault::Kind::Crash ? "/lib/libbad.so.1" : "");
+        const bool isLong =
+            tag.empty() || at.find(".CLBandwidth") != at.npos || at.find(".CLCompute") != at.npos;
         EXPECT_NEAR(incident.seconds, crashes ? 0 : isLong ? 10 : 5, 0.01);
         const bool isGL = at.find("GL") != at.npos;
         if (!tag.empty()) {
@@ -250,13 +254,22 @@ TEST(Inspect, ManyFaults) {
            Case{"start once", {{"", kCrash, 1}}, "complete, ok 2, ok 2", 0, 1},
            Case{"start always", {{"", kCrash, kEvery}}, "crashed, failed 0, failed 0", 0, 2},
            Case{"gpu hangs", {{"glgpu[0].*", kHang, kEvery}}, "hung, hung 2, ok 2", questions, 2},
-           Case{"gpu crashes", {{"clgpu[1].*", kCrash, kEvery}}, "crashed, ok 2, crashed 2",
-                clQuestions, clQuestions},
+           Case{"gpu crashes",
+                {{"clgpu[1].*", kCrash, kEvery}},
+                "crashed, ok 2, crashed 2",
+                clQuestions,
+                clQuestions},
            Case{"devices hang", {{"NumGLGPUs /*", kHang, kEvery}}, "hung, hung 0, ok 2", 0, 2},
-           Case{"platforms crash", {{"NumCLGPUs *", kCrash, kEvery}}, "crashed, ok 2, crashed 0", 0,
+           Case{"platforms crash",
+                {{"NumCLGPUs *", kCrash, kEvery}},
+                "crashed, ok 2, crashed 0",
+                0,
                 2},
-           Case{"both apis", {{"ZOROGLInitialized", kCrash, kEvery}, {"NumCLGPUs", kHang, kEvery}},
-                "hung, crashed 0, hung 0", 0, 2},
+           Case{"both apis",
+                {{"ZOROGLInitialized", kCrash, kEvery}, {"NumCLGPUs", kHang, kEvery}},
+                "hung, crashed 0, hung 0",
+                0,
+                2},
        }) {
     SCOPED_TRACE(test.name);
     FakeProbe probe(test.faults);
