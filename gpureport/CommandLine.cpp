@@ -147,7 +147,6 @@ Wanted ParseCommandLine(const std::vector<std::string>& arguments) {
 
 std::vector<std::string> SkipNames(const std::string& list) {
   std::vector<std::string> names;
-  names.reserve(formats.size());
   std::istringstream stream(list);
   for (std::string name; std::getline(stream, name, ',');) {
     for (std::size_t place = 0; (place = name.find("%2C", place)) != std::string::npos; ++place)
