@@ -17,7 +17,7 @@ TEST(HostProbe, LosesOneQuestionToOneDriver) {
     Options options;
     options.probe = std::getenv("GPUPROBE");
     options.deadline = nkutil::Milliseconds{60000};
-    options.environment = {{"CL_FAULT", fault}, {"POCL_DEVICES", "pthread"}};
+    options.environment = {{"GPUPROBE_FAULT", fault}, {"POCL_DEVICES", "pthread"}};
     const Inspection result = Inspect(nkutil::systemLauncher(), options);
     ASSERT_EQ(result.incidents.size(), 1U) << fault << result.startError;
     const Incident& incident = result.incidents[0];
