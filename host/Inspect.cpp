@@ -16,8 +16,8 @@ using nkutil::Time;
 
 /// For a kill of what resists; the deadline may be missed by as much.
 constexpr Milliseconds kKillBudget{100};
-/// What is killed needs processor time to go, which a busy machine gives late. Only what is still there
-/// after this long, where the deadline is that far off, is stuck.
+/// What is killed needs processor time to go, which a busy machine gives late. Only what is still
+/// there after this long, where the deadline is that far off, is stuck.
 constexpr Milliseconds kKillPatience{2000};
 /// Between two looks at Options::cancelled.
 constexpr Milliseconds kLook{100};
