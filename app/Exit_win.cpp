@@ -15,7 +15,6 @@ void NTAPI onProcessEnd(void*) {
 
 // A fiber's data is cleaned up before the libraries are told of the end; one thread will do.
 // https://learn.microsoft.com/windows/win32/api/fibersapi/nf-fibersapi-flsalloc
-[[maybe_unused]] const BOOL watched =
-    FlsSetValue(FlsAlloc(onProcessEnd), GetModuleHandleA(nullptr));
+[[maybe_unused]] BOOL watched = FlsSetValue(FlsAlloc(onProcessEnd), GetModuleHandleA(nullptr));
 
 }  // namespace

@@ -198,7 +198,7 @@ struct AtLoading {
 // Each function that libEGL.so.1 exports is its hook.
 #define FRONT_EXPORT(name)                                                              \
   extern "C" {                                                                          \
-  static decltype(&::name) name##Resolve() {                                            \
+  [[maybe_unused]] static decltype(&::name) name##Resolve() {                           \
     return name##Hook::call;                                                            \
   }                                                                                     \
   __attribute__((visibility("default"), ifunc(#name "Resolve"))) decltype(::name) name; \
