@@ -16,6 +16,9 @@ using nkutil::Time;
 
 /// For a kill of what resists; the deadline may be missed by as much.
 constexpr Milliseconds kKillBudget{100};
+/// What is killed needs processor time to go, which a busy machine gives late. Only what is still
+/// there after this long, where the deadline is that far off, is stuck.
+constexpr Milliseconds kKillPatience{2000};
 /// Between two looks at Options::cancelled.
 constexpr Milliseconds kLook{100};
 /// Attempts that were lost without a hint of what to leave out.
@@ -277,7 +280,9 @@ Incident Supervision::endHung(nkutil::ConsoleApp& app) {
     nameLibrary(incident, fOptions.findCulprit(app.id()));
   else if (isProcess)
     nameLibrary(incident, FindCulprit(app.id()));
-  if (!app.Kill(kKillBudget)) incident.kind = Incident::Kind::Stuck;
+  const auto left = std::chrono::duration_cast<Milliseconds>(fEnd - fLauncher.now());
+  if (!app.Kill(std::clamp(left, kKillBudget, kKillPatience)))
+    incident.kind = Incident::Kind::Stuck;
   return incident;
 }
 

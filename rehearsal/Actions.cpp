@@ -92,7 +92,7 @@ bool TakeStrike() {
 
 const Fault* FaultOfLoading(const char* name) {
   for (const Fault& fault : faults())
-    if (fault.function == name && fault.strikes(1) && TakeStrike()) return &fault;
+    if (fault.function == name && fault.Strikes(1) && TakeStrike()) return &fault;
   return nullptr;
 }
 
@@ -102,7 +102,7 @@ const Fault* CountCall(Calls& calls) {
   const Fault* striking = nullptr;
   for (std::size_t i = 0; i < fitting.size(); ++i) {
     const Fault& fault = faults()[i];
-    if (fault.fits(calls.name) && fault.strikes(++fitting[i]) && !striking) striking = &fault;
+    if (fault.Fits(calls.name) && fault.Strikes(++fitting[i]) && !striking) striking = &fault;
   }
   if (striking && !TakeStrike()) striking = nullptr;
   trace(calls.name, striking);

@@ -11,7 +11,7 @@ void Hang() {
 }
 
 void StopUntilKilled() {
-  SuspendThread(GetCurrentThread());
+  for (;;) SuspendThread(GetCurrentThread());
 }
 
 void LeaveChild() {

@@ -86,7 +86,7 @@ bool startsWith(const std::string& text, const char* start) {
 
 }  // namespace
 
-bool Fault::fits(std::string_view name) const {
+bool Fault::Fits(std::string_view name) const {
   if (function.empty() || function.back() != '*') return function == name;
   return name.substr(0, function.size() - 1) ==
          std::string_view(function).substr(0, function.size() - 1);

@@ -48,8 +48,8 @@ struct Fault {
   Action action = Action::Error;
   std::optional<std::int64_t> argument;
 
-  bool fits(std::string_view name) const;
-  bool strikes(std::uint64_t call) const { return first <= call && call <= last; }
+  bool Fits(std::string_view name) const;
+  bool Strikes(std::uint64_t call) const { return first <= call && call <= last; }
 };
 
 /// CALL is a number, "N+" (that one and all later ones) or "*". An empty text is no fault. Throws

@@ -104,7 +104,7 @@ Function hooked(Member& next, const char* name) {
 /// The driver's own, below what a fault has left pending.
 GLenum (*realGLError)() = nullptr;
 
-GLenum getGLError() {
+GLenum nextGLError() {
   return GL::pendingError == GL_NO_ERROR ? realGLError()
                                          : std::exchange(GL::pendingError, GLenum{GL_NO_ERROR});
 }
@@ -113,11 +113,11 @@ GLenum getGLError() {
 template <>
 Function hooked<glGetErrorHook>(decltype(GL::next.glGetError)& next, const char* name) {
   realGLError = reinterpret_cast<decltype(realGLError)>(below.eglGetProcAddress(name));
-  next = getGLError;
+  next = nextGLError;
   return realGLError ? reinterpret_cast<Function>(glGetErrorHook::call) : nullptr;
 }
 
-Function getProcAddress(const char* name) {
+Function functionOrHook(const char* name) {
   const std::string_view asked = name;
 #define FRONT_LOOK_UP(known, type) \
   if (asked == #known)             \
@@ -131,14 +131,14 @@ Function getProcAddress(const char* name) {
   return below.eglGetProcAddress(name);
 }
 
-EGLContext createContext(EGLDisplay on, EGLConfig with, EGLContext share,
-                         const EGLint* attributes) {
+EGLContext createAndRemember(EGLDisplay on, EGLConfig with, EGLContext share,
+                             const EGLint* attributes) {
   display = on;
   config = with;
   return below.eglCreateContext(on, with, share, attributes);
 }
 
-EGLint getError() {
+EGLint nextError() {
   return EGL::pendingError == EGL_SUCCESS ? below.eglGetError()
                                           : std::exchange(EGL::pendingError, EGL_SUCCESS);
 }
@@ -181,15 +181,15 @@ EGLFunctions realEGL() {
   return real;
 }
 
-const struct AtLoading {
+struct AtLoading {
   AtLoading() {
     if (const Fault* fault = rehearsal::FaultOfLoading("eglLoad")) rehearsal::ActOnProcess(*fault);
     const char* const play = std::getenv("GPUPROBE_PLAY");
     below = play ? PlayEGL(play) : realEGL();
     EGL::next = below;
-    EGL::next.eglCreateContext = createContext;
-    EGL::next.eglGetError = getError;
-    EGL::next.eglGetProcAddress = getProcAddress;
+    EGL::next.eglCreateContext = createAndRemember;
+    EGL::next.eglGetError = nextError;
+    EGL::next.eglGetProcAddress = functionOrHook;
   }
 } atLoading;
 
@@ -198,7 +198,7 @@ const struct AtLoading {
 // Each function that libEGL.so.1 exports is its hook.
 #define FRONT_EXPORT(name)                                                              \
   extern "C" {                                                                          \
-  static decltype(&::name) name##Resolve() {                                            \
+  [[maybe_unused]] static decltype(&::name) name##Resolve() {                           \
     return name##Hook::call;                                                            \
   }                                                                                     \
   __attribute__((visibility("default"), ifunc(#name "Resolve"))) decltype(::name) name; \

@@ -15,7 +15,9 @@ void Install(const cl_icd_dispatch& below, cl_icd_dispatch& own);
 
 namespace {
 
-const struct AtLoading { AtLoading(); } atLoading;
+struct AtLoading {
+  AtLoading();
+} atLoading;
 
 }  // namespace
 

@@ -19,7 +19,7 @@ struct Settings {
   std::vector<rehearsal::Fault> faults;
   std::map<std::string, std::uint64_t> calls;
 
-  bool has(const char* key) const { return values.count(key) != 0; }
+  bool Has(const char* key) const { return values.count(key) != 0; }
 };
 
 struct Machine {
@@ -39,7 +39,7 @@ thread_local Settings* current = nullptr;
 bool call(const char* name, Settings& of) {
   const std::uint64_t number = ++of.calls[name];
   for (const rehearsal::Fault& fault : of.faults)
-    if (fault.function == name && fault.strikes(number) && rehearsal::TakeStrike())
+    if (fault.function == name && fault.Strikes(number) && rehearsal::TakeStrike())
       return rehearsal::ActOnProcess(fault);
   return true;
 }
@@ -73,7 +73,7 @@ EGLBoolean queryDevices(EGLint room, EGLDeviceEXT* out, EGLint* count) {
   static bool again = false;
   *count = 0;
   for (Settings* device : machine().devices) {
-    if (again && device->has("gone")) continue;
+    if (again && device->Has("gone")) continue;
     if (out && *count == room) break;
     if (out) out[*count] = device;
     ++*count;
@@ -88,7 +88,7 @@ const char* queryDeviceString(EGLDeviceEXT handle, EGLint name) {
   if (name != EGL_EXTENSIONS) return path.c_str();
   if (path.empty()) return "EGL_NV_device_cuda";
   if (path == "software") return "EGL_MESA_device_software";
-  return device.has("render") ? "EGL_EXT_device_drm_render_node" : "EGL_EXT_device_drm";
+  return device.Has("render") ? "EGL_EXT_device_drm_render_node" : "EGL_EXT_device_drm";
 }
 
 EGLDisplay getPlatformDisplay(EGLenum, void* handle, const EGLint*) {
@@ -162,7 +162,7 @@ EGLBoolean makeCurrent(EGLDisplay, EGLSurface, EGLSurface, EGLContext context) {
   return EGL_TRUE;
 }
 const char* queryString(EGLDisplay, EGLint) {
-  const bool lists = machine().library.has("lists") || !machine().devices.empty();
+  const bool lists = machine().library.Has("lists") || !machine().devices.empty();
   return lists ? "EGL_EXT_device_base EGL_EXT_platform_device" : "";
 }
 

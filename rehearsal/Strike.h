@@ -25,17 +25,17 @@ class Outputs {
       : fAction(action), fStatusByPointer(statusByPointer), fRandom(static_cast<unsigned>(seed)) {}
 
   template <class... Arguments>
-  void spoil(Arguments... arguments) {
+  void Spoil(Arguments... arguments) {
     (take(arguments), ...);
   }
-  unsigned randomNumber() { return static_cast<unsigned>(fRandom()); }
+  unsigned RandomNumber() { return static_cast<unsigned>(fRandom()); }
   /// Terminated, since nobody can read a text without an end that has no size either.
-  const char* text() {
+  const char* Text() {
     static std::string text;
     text.clear();
     if (fAction == Action::Garbage)
-      for (unsigned left = randomNumber() % 300; left > 0; --left)
-        text += static_cast<char>(1 + randomNumber() % 255);
+      for (unsigned left = RandomNumber() % 300; left > 0; --left)
+        text += static_cast<char>(1 + RandomNumber() % 255);
     if (fAction == Action::Huge) text.assign(kHugeText, 'x');
     return text.c_str();
   }
@@ -84,7 +84,7 @@ class Outputs {
 };
 
 template <class Result>
-constexpr bool isText =
+constexpr bool kIsText =
     std::is_same_v<Result, const char*> || std::is_same_v<Result, const unsigned char*>;
 
 /// Takes the call's place. Api has:
@@ -113,16 +113,16 @@ Result Strike(const Calls& calls, const Fault& fault, Result (*next)(Arguments..
     if (fault.action == Action::Error)
       Api::template Fail<Result>(calls, fault, arguments...);
     else if (fault.action != Action::Null)
-      outputs.spoil(arguments...);
+      outputs.Spoil(arguments...);
   } else {
     Result result = calling ? next(arguments...) : Api::template Success<Result>(arguments...);
     if (fault.action == Action::Error)
       return Api::template Fail<Result>(calls, fault, arguments...);
     if (fault.action == Action::Null) return result;
-    outputs.spoil(arguments...);
-    if constexpr (isText<Result>) return reinterpret_cast<Result>(outputs.text());
+    outputs.Spoil(arguments...);
+    if constexpr (kIsText<Result>) return reinterpret_cast<Result>(outputs.Text());
     if constexpr (std::is_arithmetic_v<Result> && Api::kNumbersAreAnswers)
-      if (fault.action == Action::Garbage) return static_cast<Result>(outputs.randomNumber());
+      if (fault.action == Action::Garbage) return static_cast<Result>(outputs.RandomNumber());
     return result;
   }
 }
