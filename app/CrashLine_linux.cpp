@@ -31,6 +31,9 @@ constexpr FatalSignal kFatalSignals[] = {
 
 int failures = STDERR_FILENO;
 
+/// Who called abort(), 0 before.
+std::atomic<uintptr_t> abortCaller{0};
+
 /// A fault's caller is looked for in this much of the stack.
 constexpr size_t kScannedWords = 512;
 
@@ -160,7 +163,8 @@ void writeLine(int number, const void* context) {
   static Culprit culprit;
   static CrashText text;
   const Registers registers = registersOf(context);
-  addresses[0] = registers.counter;
+  const uintptr_t aborting = number == SIGABRT ? abortCaller.load() : 0;
+  addresses[0] = aborting ? aborting : registers.counter;
   // The system copies, and gives up where reading in place would fault.
   const iovec to = {addresses + 1, sizeof addresses - sizeof *addresses};
   const iovec from = {reinterpret_cast<void*>(registers.stack), to.iov_len};
@@ -168,7 +172,8 @@ void writeLine(int number, const void* context) {
   const size_t words = copied > 0 ? static_cast<size_t>(copied) / sizeof *addresses : 0;
   findCulprit(addresses, 1 + words, culprit);
 
-  text.Add("crash: ");
+  // A driver's unfinished line may stand there.
+  text.Add("\ncrash: ");
   for (const FatalSignal& fatal : kFatalSignals)
     if (fatal.number == number) text.Add(fatal.name);
   text.Add(" in ");
@@ -198,6 +203,21 @@ void onFatalSignal(int number, siginfo_t*, void* context) {
 }
 
 }  // namespace
+
+// In the place of the C library's: what the stack holds behind its frame may be left from earlier
+// calls of others, while the return address is the caller's. And a driver's handler may only put
+// ours back and return, as LLVM's does, so that the signal has to come again.
+extern "C" void abort() {
+  abortCaller = reinterpret_cast<uintptr_t>(__builtin_return_address(0));
+  sigset_t abortOnly;
+  sigemptyset(&abortOnly);
+  sigaddset(&abortOnly, SIGABRT);
+  for (int tries = 0;; ++tries) {
+    if (tries >= 2) signal(SIGABRT, SIG_DFL);
+    pthread_sigmask(SIG_UNBLOCK, &abortOnly, nullptr);
+    raise(SIGABRT);
+  }
+}
 
 void ReportCrashes() {
   failures = fileno(failureStream());

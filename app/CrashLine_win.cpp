@@ -114,7 +114,8 @@ void writeLine(DWORD code, uintptr_t counter, uintptr_t stack) {
     return;
   }
   const uintptr_t address = findCulprit(counter, stack, module);
-  text.Add("crash: 0x");
+  // A driver's unfinished line may stand there.
+  text.Add("\ncrash: 0x");
   for (int shift = 28; shift >= 0; shift -= 4) text.Add("0123456789ABCDEF"[(code >> shift) & 0xF]);
   text.Add(" in ");
   if (module.found) {

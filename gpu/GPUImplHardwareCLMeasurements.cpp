@@ -66,7 +66,8 @@ ScopedBuffer createBuffer(const Context& context, cl_mem_flags flags, size_t byt
                           void* content = nullptr) {
   cl_int ciErrNum = CL_SUCCESS;
   const cl_mem buffer = CL().clCreateBuffer(context.handle(), flags, bytes, content, &ciErrNum);
-  requireCLSuccess(ciErrNum);
+  // Drivers check their handles, but a kernel runs with a null buffer.
+  requireCLSuccess(ciErrNum == CL_SUCCESS && !buffer ? CL_INVALID_MEM_OBJECT : ciErrNum);
   return ScopedBuffer(buffer);
 }
 

@@ -50,6 +50,7 @@ class MessageKeeper {
 void MessageKeeper::add(Message message) {
   std::string& text = message.text;
   if (!text.empty() && text.back() == '\r') text.pop_back();
+  if (text.empty()) return;
   if (text.size() > kLongest) text.resize(kLongest);
   if (fFirst.size() < kKept) {
     fFirst.push_back(std::move(message));

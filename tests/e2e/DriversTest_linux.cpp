@@ -9,35 +9,38 @@ namespace {
 
 using namespace testing;
 
-Outcome runWith(const std::string& fake, const Lines& arguments,
+Outcome runWith(const std::string& played, const Lines& arguments,
                 const std::string& environment = "") {
-  return RunProbe({arguments, environment + "LD_LIBRARY_PATH=${GPUPROBE_LAYERS:?}/egl FAKE_EGL='" +
-                                  fake + "'"});
+  return RunProbe(
+      {arguments,
+       environment + "LD_LIBRARY_PATH=${GPUPROBE_LAYERS:?}/egl GPUPROBE_PLAY='" + played + "'"});
 }
 
 TEST(LinuxDrivers, ReportGoesToItsEnd) {
   const struct {
-    const char* fake;
+    const char* played;
     const char* renderers;  // of the GPUs, a blank after each
     const char* said;       // among the diagnostics
   } drivers[] = {
       {"lists", "", "no OpenGL device"},
       {"renderer=Only", "Only ", "zorDevice.0.=default"},
-      {"device=/dev/dri/card0;fail=eglInitialize", "",
+      {"device=/dev/dri/card0;fault=eglInitialize:*:error", "",
        "no context on .*card0: eglInitialize: EGL_NOT_INITIALIZED"},
-      {"device=/dev/dri/card7;fail=eglCreateContext;device=/dev/dri/renderD129;render;renderer=B;"
+      {"device=/dev/dri/card7;fault=eglCreateContext:*:error;device=/dev/dri/"
+       "renderD129;render;renderer=B;"
        "device=software;renderer=S",
        "B ", "no context on zorDevice.0.=/dev/dri/card7: eglCreateContext: "},
       {"device=/dev/dri/card7;renderer=llvmpipe;device=software;renderer=S", "llvmpipe ",
        "card7: its context draws in software"},
       // One that goes away moves the others up in the list.
-      {"device=/dev/dri/card7;gone;fail=eglGetPlatformDisplayEXT;device=/dev/dri/card8;renderer=B;"
+      {"device=/dev/dri/card7;gone;fault=eglGetPlatformDisplayEXT:*:error;device=/dev/dri/"
+       "card8;renderer=B;"
        "device=;renderer=C;device=software;renderer=S",
        "B C ", "no context on zorDevice.0.=/dev/dri/card7"},
   };
-  for (const auto& [fake, renderers, said] : drivers) {
-    SCOPED_TRACE(fake);
-    const Outcome run = runWith(fake, {"-verbose=1"});
+  for (const auto& [played, renderers, said] : drivers) {
+    SCOPED_TRACE(played);
+    const Outcome run = runWith(played, {"-verbose=1"});
     EXPECT_EQ(run.code, 0);
     EXPECT_EQ(run.report.back(), "snifferEnd=...");
     EXPECT_EQ(run.err, Lines());
@@ -47,7 +50,7 @@ TEST(LinuxDrivers, ReportGoesToItsEnd) {
     for (const std::string& line : run.report)
       if (line.find("GLRenderer=") != line.npos) found += line.substr(line.find('=') + 1) + ' ';
     EXPECT_EQ(std::regex_replace(found, std::regex("\""), ""), renderers);
-    EXPECT_EQ(runWith(fake, {}).report, run.report);
+    EXPECT_EQ(runWith(played, {}).report, run.report);
   }
 }
 
@@ -79,8 +82,9 @@ TEST(LinuxDrivers, HelpAndSkippedAPIsLoadNone) {
 
 TEST(LinuxDrivers, SkippedDevicesGetNoContext) {
   const Outcome run = runWith(
-      "device=/dev/dri/card7;crash=eglInitialize;device=/dev/dri/renderD129;render;renderer=B", {},
-      "GPUPROBE_ANNOUNCE=1 GPUPROBE_SKIP='NumGLGPUs /dev/dri/card7,OpenCL' ");
+      "device=/dev/dri/card7;fault=eglInitialize:1:crash;"
+      "device=/dev/dri/renderD129;render;renderer=B",
+      {}, "GPUPROBE_ANNOUNCE=1 GPUPROBE_SKIP='NumGLGPUs /dev/dri/card7,OpenCL' ");
   EXPECT_EQ(run.code, 0);
   EXPECT_THAT(run.report, Contains(R"(glgpu[0].GLRenderer="B")"));
   EXPECT_THAT(run.comments,
@@ -91,14 +95,15 @@ TEST(LinuxDrivers, SkippedDevicesGetNoContext) {
 
 // The last line names the driver, and the exit status stays what it is.
 TEST(LinuxDrivers, CrashesAreNamed) {
-  for (const auto& [fake, name, number] : {std::tuple("crash=load", "SIGSEGV", SIGSEGV),
-                                           {"abort=eglBindAPI", "SIGABRT", SIGABRT},
-                                           {"overflow=eglBindAPI", "SIGSEGV", SIGSEGV}}) {
-    const Outcome run = runWith(fake, {});
-    EXPECT_EQ(run.signal, number) << fake;
+  for (const auto& [fault, name, number] : {std::tuple("eglLoad:1:crash", "SIGSEGV", SIGSEGV),
+                                            {"eglBindAPI:1:abort", "SIGABRT", SIGABRT},
+                                            {"eglBindAPI:1:stack", "SIGSEGV", SIGSEGV}}) {
+    const Outcome run = runWith("", {}, std::string("GPUPROBE_FAULT=") + fault + " ");
+    EXPECT_EQ(run.signal, number) << fault;
     EXPECT_EQ(run.text.back(), '\n');
-    EXPECT_THAT(run.err, ElementsAre(MatchesRegex(std::string("crash: ") + name +
-                                                  " in /.*/layers/egl/libEGL.so.1.0x[0-9a-f]+")));
+    EXPECT_THAT(run.err,
+                ElementsAre("", MatchesRegex(std::string("crash: ") + name +
+                                             " in /.*/rehearsal/egl/libEGL.so.1.0x[0-9a-f]+")));
   }
 }
 
@@ -123,8 +128,10 @@ TEST(LinuxWaits, TimeoutEndsTheProbeAndKeepsItsLines) {
   EXPECT_EQ(hung.code, 255) << "the system keeps the low byte";
   EXPECT_GE(hung.seconds, 1.2);
   Lines lines = {R"(Tester="LarkspanApp")", "snifferStart=...", "ZORCoreInitialized=1"};
-  for (const char* fake : {"hang=load", "device=;hang=eglInitialize"}) {
-    expectTimeout(runWith(fake, {"-timeout=5", "-hang=1"}), lines);
+  for (const char* fault : {"eglLoad:1:hang", "eglInitialize:1:hang"}) {
+    expectTimeout(
+        runWith("device=", {"-timeout=5", "-hang=1"}, std::string("GPUPROBE_FAULT=") + fault + " "),
+        lines);
     lines.push_back("ZOROGLInitialized=1");
   }
 }

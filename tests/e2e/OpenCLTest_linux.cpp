@@ -12,7 +12,7 @@ using namespace testing;
 /// kernel takes PoCL many seconds, so it is cut short.
 constexpr char kMachine[] =
     R"(cp /etc/OpenCL/vendors/pocl.icd "$0"; export OCL_ICD_VENDORS="$0" POCL_DEVICES=pthread POCL_MEMORY_LIMIT=1)"
-    " CL_SHORT=1 __EGL_VENDOR_LIBRARY_FILENAMES=/none"
+    " GPUPROBE_SHORT=1 __EGL_VENDOR_LIBRARY_FILENAMES=/none"
     R"( OPENCL_LAYERS=${GPUPROBE_LAYERS:?}/cpu_as_gpu.so:)"
     "$GPUPROBE_LAYERS/fault.so;";
 
@@ -24,7 +24,7 @@ Outcome run(const std::string& environment = "", const Lines& arguments = {}) {
 TEST(LinuxOpenCLFaults, CostTheirQuestionAlone) {
   const Lines healthy = run("", {"-exit=7"}).out;
   const auto failing = [](const std::string& call) {
-    return run("CL_FAULT=" + call + ":-5", {"-exit=7"});
+    return run("GPUPROBE_FAULT=" + call + ":error", {"-exit=7"});
   };
   for (const char* call : {"clGetDeviceInfo:9", "clCreateContext:1", "clCreateBuffer:2",
                            "clBuildProgram:1", "clSetKernelArg:2", "clWaitForEvents:1"}) {
@@ -45,18 +45,19 @@ TEST(LinuxOpenCLFaults, CostTheirQuestionAlone) {
 TEST(LinuxOpenCLFaults, OfOtherKinds) {
   const Lines healthy = run().out;
   // What a driver prints never meets a line of the report.
-  const Outcome chatty = run("CL_FAULT=*:*:print", {"-verbose=1"});
+  const Outcome chatty = run("GPUPROBE_FAULT=*:*:noise", {"-verbose=1"});
   EXPECT_EQ(chatty.report, healthy);
   EXPECT_THAT(chatty.comments, Each(Not(HasSubstr("driver's"))));
   for (const char* said : {"] BEGIN GPUSnifferTester::DoRunCLBandwidth",
                            "] END GPUSnifferTester::DoRunCLBandwidth, duration="})
     EXPECT_THAT(chatty.comments, Contains(HasSubstr(said)));
   EXPECT_THAT(chatty.err, Contains(HasSubstr("driver's half line driver's half line ")));
-  const Outcome crashed = run("CL_FAULT=clBuildProgram:1:crash", {"-verbose=1"});
-  EXPECT_EQ(crashed.signal, SIGILL);
+  const Outcome crashed = run("GPUPROBE_FAULT=clBuildProgram:1:crash", {"-verbose=1"});
+  EXPECT_EQ(crashed.signal, SIGSEGV);
   ASSERT_FALSE(crashed.report.empty());
   EXPECT_EQ(crashed.report.back(), "clgpu[0].CLBandwidth=...");
-  EXPECT_THAT(run("CL_FAULT=clEnqueueCopyBuffer:*:-5").text, HasSubstr("clgpu[0].CLBandwidth=0"));
+  EXPECT_THAT(run("GPUPROBE_FAULT=clEnqueueCopyBuffer:*:error").text,
+              HasSubstr("clgpu[0].CLBandwidth=0"));
 }
 
 TEST(LinuxOpenCLMachines, CountTheirGPUs) {

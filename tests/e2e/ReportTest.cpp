@@ -157,7 +157,7 @@ TEST(LinuxStreams, ChangeNothingElse) {
                       {">&3 2>&3", false, false, 0},
                       {"<&- >&- 2>&-", false, false, 0}};
   // It answers faster than a real driver.
-  const std::string fake = "LD_LIBRARY_PATH=${GPUPROBE_LAYERS:?}/egl FAKE_EGL=renderer=B";
+  const std::string fake = "LD_LIBRARY_PATH=${GPUPROBE_LAYERS:?}/egl GPUPROBE_PLAY=renderer=B";
   const Lines report = RunProbe({{}, fake}).out;
   for (const auto& [streams, out, err, least] : redirections) {
     SCOPED_TRACE(streams);

@@ -32,17 +32,17 @@ class HostDrivers : public Test {
   }
   ~HostDrivers() override { fs::remove_all(fFolder); }
 
-  Options options(const std::string& fakeEGL = "device=/dev/dri/card7;renderer=A") const {
+  Options options(const std::string& played = "device=/dev/dri/card7;renderer=A") const {
     Options options;
     options.probe = std::getenv("GPUPROBE");
     options.silence = nkutil::Milliseconds{3000};
     options.environment = {{"OCL_ICD_VENDORS", fFolder + "/icd"},
                            {"POCL_DEVICES", "pthread"},
                            {"POCL_MEMORY_LIMIT", "1"},
-                           {"CL_SHORT", "1"},
+                           {"GPUPROBE_SHORT", "1"},
                            {"OPENCL_LAYERS", layers() + "/cpu_as_gpu.so:" + layers() + "/fault.so"},
                            {"LD_LIBRARY_PATH", layers() + "/egl"},
-                           {"FAKE_EGL", fakeEGL}};
+                           {"GPUPROBE_PLAY", played}};
     return options;
   }
   static Inspection inspect(const Options& options) {
@@ -80,14 +80,13 @@ class HostSweep : public HostDrivers {
  protected:
   void SetUp() override {
     Options counted = options();
-    counted.environment.emplace_back("CL_FAULT_COUNTS", fFolder + "/counts");
+    counted.environment.emplace_back("GPUPROBE_FAULT_TRACE", fFolder + "/trace");
     fHealthy = inspect(counted);
     ASSERT_EQ(fHealthy.openGL.gpus.size(), 1U);
     ASSERT_EQ(fHealthy.openCL.gpus.size(), 1U);
     ASSERT_THAT(fHealthy.incidents, IsEmpty());
-    std::ifstream counts(fFolder + "/counts");
-    unsigned long count = 0;
-    for (std::string function, faults; counts >> function >> count >> faults;) fCalls += count;
+    std::ifstream trace(fFolder + "/trace");
+    for (std::string line; std::getline(trace, line);) fCalls += line.rfind("call cl", 0) == 0;
     ASSERT_GT(fCalls, 50U);
   }
   void expectPromise(const Fault& fault) const;
@@ -102,9 +101,9 @@ void HostSweep::expectPromise(const Fault& fault) const {
                          (fault.once ? " once" : " always");
   SCOPED_TRACE(id);
   Options faulty = options();
-  faulty.environment.emplace_back("CL_FAULT", "*:" + std::to_string(fault.call) + ":" +
-                                                  (fault.hangs ? "sleep=100000" : "crash"));
-  if (fault.once) faulty.environment.emplace_back("CL_FAULT_ONCE", fFolder + "/" + id);
+  faulty.environment.emplace_back("GPUPROBE_FAULT", "cl*:" + std::to_string(fault.call) + ":" +
+                                                        (fault.hangs ? "hang" : "crash"));
+  if (fault.once) faulty.environment.emplace_back("GPUPROBE_FAULT_ONCE", fFolder + "/" + id);
   const Inspection result = inspect(faulty);
   EXPECT_THAT(lost(fHealthy.openGL, result.openGL), IsEmpty());
   EXPECT_EQ(result.openGL.status, fHealthy.openGL.status);
@@ -159,24 +158,27 @@ TEST_F(HostSweep, EachCallIsLost) {
 
 TEST_F(HostDrivers, OfOpenGL) {
   constexpr char kTwo[] =
-      "device=/dev/dri/card7;%s=eglInitialize;device=/dev/dri/renderD129;render;renderer=B";
-  for (const auto& [fault, status, gpus] : {std::tuple("hang=load", Status::Hung, 0),
-                                            {"crash=load", Status::Crashed, 0},
+      "device=/dev/dri/card7;fault=eglInitialize:*:%s;device=/dev/dri/renderD129;render;renderer=B";
+  for (const auto& [fault, status, gpus] : {std::tuple("hang", Status::Hung, 0),
+                                            {"crash", Status::Crashed, 0},
                                             {"hang", Status::Hung, 1},
                                             {"crash", Status::Crashed, 1},
                                             {"abort", Status::Crashed, 1},
-                                            {"overflow", Status::Crashed, 1}}) {
+                                            {"stack", Status::Crashed, 1}}) {
     SCOPED_TRACE(fault);
     char fake[200];
     std::snprintf(fake, sizeof fake, kTwo, fault);
-    const Inspection result = inspect(options(gpus == 0 ? fault : fake));
+    Options bad = options(fake);
+    if (gpus == 0)
+      bad.environment.emplace_back("GPUPROBE_FAULT", std::string("eglLoad:1:") + fault);
+    const Inspection result = inspect(bad);
     EXPECT_EQ(result.status, status);
     EXPECT_EQ(result.openGL.gpus.size(), static_cast<std::size_t>(gpus));
     EXPECT_EQ(result.openCL.status, ApiStatus::Ok);
     ASSERT_EQ(result.incidents.size(), 1U);
     const Incident& incident = result.incidents[0];
     EXPECT_EQ(incident.question, gpus ? "OGLContextCreated /dev/dri/card7" : "ZOROGLInitialized");
-    EXPECT_THAT(incident.library.value_or(""), HasSubstr("/layers/egl/libEGL.so.1"));
+    EXPECT_THAT(incident.library.value_or(""), HasSubstr("/rehearsal/egl/libEGL.so.1"));
     EXPECT_GT(incident.libraryOffset.value_or(0), 0U);
     EXPECT_EQ(incident.threadState.empty(), status == Status::Crashed);
   }
@@ -186,7 +188,8 @@ TEST_F(HostDrivers, OfOpenGL) {
 TEST_F(HostDrivers, OfOpenCLBeforeTheyHaveNames) {
   for (const char* file : {"a.icd", "z.icd"}) {
     std::ofstream(fFolder + "/icd/" + file) << layers() + "/egl/libEGL.so.1\n";
-    Options bad = options("crash=load");
+    Options bad = options();
+    bad.environment.emplace_back("GPUPROBE_FAULT", "eglLoad:1:crash");
     bad.skip = {"OpenGL"};
     const Inspection result = inspect(bad);
     EXPECT_EQ(result.status, Status::Crashed);

@@ -18,6 +18,9 @@ cl_int readText(const Query& query, std::string& text) {
   return size == 0 ? CL_SUCCESS : query(size, text.data(), nullptr);
 }
 
+/// No machine has as many devices or platforms; a larger number is a driver's mistake.
+constexpr cl_uint kMostHandles = 4096;
+
 /// CL_PLATFORM_NOT_FOUND_KHR of cl_khr_icd.
 constexpr cl_int kPlatformNotFound = -1001;
 
@@ -29,6 +32,8 @@ std::vector<Wrapper> list(const char* call, cl_int noneFound, const Query& query
   if (status == noneFound) return {};
   CheckStatus(call, status);
   if (count == 0) return {};
+  if (count > kMostHandles)
+    throw LogicalException(std::string(call) + ": " + std::to_string(count) + " found");
   std::vector<Handle> handles(count);
   cl_uint found = 0;
   CheckStatus(call, query(count, handles.data(), &found));

@@ -108,7 +108,13 @@ template <class Object, class Result, Result (CL_API_CALL* EntryPoints::*Release
 class ScopedHandle<Release> {
  public:
   explicit ScopedHandle(Object object = nullptr) : fObject(object) {}
-  ~ScopedHandle() { reset(); }
+  /// A driver that throws through its C interface must not end the program here.
+  ~ScopedHandle() {
+    try {
+      reset();
+    } catch (...) {
+    }
+  }
   ScopedHandle(ScopedHandle&& other) noexcept : fObject(std::exchange(other.fObject, nullptr)) {}
   ScopedHandle& operator=(ScopedHandle&& other) noexcept {
     reset(std::exchange(other.fObject, nullptr));

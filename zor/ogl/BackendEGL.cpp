@@ -10,6 +10,9 @@ namespace {
 /// Stands for the display of a machine whose EGL can't list its devices.
 constexpr char kDefaultDisplay[] = "default";
 
+/// No machine has as many; a larger number is a driver's mistake.
+constexpr EGLint kMostDevices = 4096;
+
 class EGLNativeContext : public NativeContext {
  public:
   EGLNativeContext(const EGLApi& egl, EGLDisplay display);
@@ -51,12 +54,16 @@ EGLNativeContext::EGLNativeContext(const EGLApi& egl, EGLDisplay display)
 }
 
 EGLNativeContext::~EGLNativeContext() {
-  if (fContext != EGL_NO_CONTEXT) {
-    if (fEGL.eglGetCurrentContext() == fContext)
-      fEGL.eglMakeCurrent(fDisplay, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
-    fEGL.eglDestroyContext(fDisplay, fContext);
+  try {
+    if (fContext != EGL_NO_CONTEXT) {
+      if (fEGL.eglGetCurrentContext() == fContext)
+        fEGL.eglMakeCurrent(fDisplay, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
+      fEGL.eglDestroyContext(fDisplay, fContext);
+    }
+    if (fSurface != EGL_NO_SURFACE) fEGL.eglDestroySurface(fDisplay, fSurface);
+  } catch (...) {
+    // A driver that throws through its C interface must not end the program here.
   }
-  if (fSurface != EGL_NO_SURFACE) fEGL.eglDestroySurface(fDisplay, fSurface);
 }
 
 EGLConfig EGLNativeContext::chooseConfig() const {
@@ -129,7 +136,9 @@ std::vector<EGLDeviceEXT> BackendEGL::queryDevices() {
   for (EGLint count = 0;; devices.resize(devices.size() * 2)) {
     const auto room = static_cast<EGLint>(devices.size());
     if (!api().eglQueryDevicesEXT(room, devices.data(), &count)) api().fail("eglQueryDevicesEXT");
-    if (count == room) continue;
+    if (count < 0 || count > kMostDevices || room > kMostDevices)
+      throw LogicalException("eglQueryDevicesEXT: " + std::to_string(count) + " devices");
+    if (count >= room) continue;
     devices.resize(static_cast<size_t>(count));
     return devices;
   }

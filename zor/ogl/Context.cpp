@@ -69,8 +69,12 @@ ScopedContextWrapper::ScopedContextWrapper(bool restore) : fState(ContextState::
 
 ScopedContextWrapper::~ScopedContextWrapper() {
   if (!fRestore) return;
-  fRestore();
   ContextState::current = fState;
+  try {
+    fRestore();
+  } catch (...) {
+    // A driver that throws through its C interface must not end the program here.
+  }
 }
 
 }  // namespace ZOR::OGL

@@ -38,8 +38,15 @@ void ExtensionManager::load(const OpenGLInterceptor& gl) {
   if (fVersion.major >= 3) {
     GLint count = 0;
     gl.glGetIntegerv(ZOR_HERE, GL_NUM_EXTENSIONS, &count);
-    for (GLint i = 0; i < count; ++i)
-      fNames.insert(textOf(gl.glGetStringi(ZOR_HERE, GL_EXTENSIONS, static_cast<GLuint>(i))));
+    for (GLint i = 0; i < count; ++i) {
+      const GLubyte* name = gl.glGetStringi(ZOR_HERE, GL_EXTENSIONS, static_cast<GLuint>(i));
+      if (!name) {
+        // There are not as many as the driver says; the error that this leaves is no question's.
+        gl.glGetError(ZOR_HERE);
+        return;
+      }
+      fNames.insert(textOf(name));
+    }
     return;
   }
   std::string_view rest = textOf(gl.glGetString(ZOR_HERE, GL_EXTENSIONS));

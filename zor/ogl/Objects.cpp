@@ -1,5 +1,6 @@
 #include "zor/ogl/Objects.h"
 
+#include <algorithm>
 #include <string>
 
 #include "zor/ogl/ExtensionManager.h"
@@ -8,13 +9,17 @@
 namespace ZOR::OGL {
 namespace {
 
+/// No driver's log comes near this; a larger size is a driver's mistake.
+constexpr GLint kLongestLog = 1 << 20;
+
 /// For destructors: deletes an object's name through the current context. A context that is gone,
-/// or a driver without the function, has nothing left to delete.
+/// or a driver without the function, has nothing left to delete, and one that throws through its C
+/// interface must not end the program here.
 template <class Delete>
 void deleteQuietly(const Delete& deleteName) noexcept {
   try {
     deleteName(OpenGLInterceptor::Instance());
-  } catch (const LogicalException&) {
+  } catch (...) {
   }
 }
 
@@ -42,11 +47,11 @@ template <class GetInteger, class GetLog>
 std::string informationLog(GLuint object, const GetInteger& getInteger, const GetLog& getLog) {
   GLint size = 0;
   getInteger(ZOR_HERE, object, GL_INFO_LOG_LENGTH, &size);
-  if (size <= 1) return "no information log";
+  if (size <= 1 || size > kLongestLog) return "no information log";
   std::string log(static_cast<size_t>(size), '\0');
   GLsizei length = 0;
   getLog(ZOR_HERE, object, size, &length, log.data());
-  log.resize(static_cast<size_t>(length));
+  log.resize(static_cast<size_t>(std::clamp(length, 0, size)));
   return log;
 }
 

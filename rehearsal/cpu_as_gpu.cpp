@@ -1,6 +1,6 @@
 // Presents CPU devices as GPU devices, so that a CPU driver can be measured as a GPU.
 
-#include "layers/Layer.h"
+#include "rehearsal/Layer.h"
 
 namespace {
 

@@ -1,0 +1,208 @@
+"""What a host relies on, checked from outside: of the probe alone and through gpureport."""
+
+import collections
+import json
+import re
+
+# A run that is to come back has this long: a busy machine is no fault.
+PATIENCE = 60.0
+
+Case = collections.namedtuple("Case", "front function call action kind once")
+# left: what a run leaves behind, "processes" as (pid, state) and "files".
+Run = collections.namedtuple("Run", "code out err struck ended seconds left")
+# lines: what a healthy run writes; calls: after how many lines each call of a function comes;
+# answers: through gpureport, its JSON.
+Healthy = collections.namedtuple("Healthy", "lines calls answers")
+
+MEASURED = re.compile(rb"^(sniffer(Start|End)|\w+\[\d+\]\.CL(Bandwidth|Compute))=.*")
+LINE = re.compile(rb"^(# .*|[A-Za-z]\w*(\[\d+\])?(\.[^=]+)?=.*)$", re.DOTALL)
+
+
+def has_struck(trace):
+    return trace.exists() and b" struck" in trace.read_bytes()
+
+
+def fault_of(case):
+    return f"{case.function}:{case.call}:{case.action}"
+
+
+def comparable(line):
+    """A line without what differs from run to run."""
+    return MEASURED.sub(rb"\1=...", line.rstrip(b"\r\n"))
+
+
+def judge_probe(case, run, healthy, before, fatal):
+    """What of the contract is broken, as texts; `before` lines come before the faulty call."""
+    return [*judge_lines(case, run, healthy.lines, before),
+            *judge_code(case, run, healthy.lines, fatal), *judge_rest(case, run, False)]
+
+
+def judge_lines(case, run, healthy, before):
+    lines = run.out.split(b"\n")
+    torn = lines.pop()
+    if torn:
+        yield f"lines: torn: {torn[:60]!r}"
+    if b"driver's half" in run.out:
+        yield "lines: noise among them"
+    lines = [comparable(line) for line in lines]
+    expected = healthy[:before]
+    if lines[:before] != expected:
+        at = next((i for i, pair in enumerate(zip(lines, expected)) if pair[0] != pair[1]),
+                  min(len(lines), before))
+        yield f"lines: number {at + 1} of the {before} before the call is not that of a healthy run"
+    odd = [line for line in lines if not LINE.match(line)]
+    # A driver's own text may hold a line end; ours don't.
+    if odd and case.action.split("=")[0] != "garbage":
+        yield f"lines: no line of a report: {odd[0][:60]!r}"
+    keys = collections.Counter(line.split(b"=")[0] for line in lines
+                               if not line.startswith((b"# ", b"gputag.")) and b"=" in line)
+    twice = [key for key, count in keys.items() if count > 1]
+    if twice and case.action.split("=")[0] != "garbage":
+        yield f"lines: twice: {twice[0][:60]!r}"
+    if case.kind == "harmless" and lines != healthy:
+        yield "lines: a harmless fault changes the report"
+
+
+def is_complete(run, healthy):
+    """Whether nothing of what the report itself promises is missing."""
+    lines = [comparable(line) for line in run.out.split(b"\n")]
+    if b"snifferEnd=..." not in lines:
+        return False
+    keys = {line.split(b"=")[0] for line in lines}
+    counts = dict(re.findall(rb"^Num(GL|CL)GPUs=(\d+)$", run.out, re.MULTILINE))
+    for kind, count in counts.items():
+        tag = kind.lower() + b"gpu["
+        questions = {line.split(b"=")[0].split(b"]", 1)[1] for line in healthy
+                     if line.startswith(tag + b"0]")}
+        for index in range(int(count)):
+            if any(tag + str(index).encode() + b"]" + question not in keys for question in questions):
+                return False
+    return True
+
+
+def judge_code(case, run, healthy, fatal):
+    word = case.action.split("=")[0]
+    if case.kind == "hangs":
+        if run.struck and run.ended:
+            yield f"code: {run.code} where the driver hangs"
+        return
+    if not run.ended:
+        yield f"code: still running after {PATIENCE:.0f} s"
+        return
+    struck = run.struck or case.function.endswith("Load")
+    if run.code not in (0, 2, 4):
+        if run.code not in fatal.get(word, ()):
+            yield f"code: {run.code} is neither documented nor the driver's"
+        elif not run.err.rstrip(b"\n").rsplit(b"\n", 1)[-1].startswith(b"crash: "):
+            yield "code: the last line does not name the crash"
+        return
+    if run.code == 0 and not is_complete(run, healthy):
+        yield "code: 0, but answers are missing"
+    if case.kind == "fatal" and struck and word != "thread":
+        yield f"code: {run.code} after a fatal fault"
+    if case.kind == "harmless" and run.code != 0:
+        yield f"code: {run.code} after a harmless fault"
+
+
+def judge_rest(case, run, supervised):
+    # A driver's own child is not the probe's to end, but its host's.
+    if run.left["processes"] and (supervised or case.action != "fork"):
+        yield f"rest: processes {run.left['processes']}"
+    if run.left["files"]:
+        yield f"rest: files {run.left['files'][:3]}"
+
+
+# Through gpureport.
+
+# Times, and what is measured.
+UNSTEADY = {"copy_bytes_per_second", "kernel_seconds"}
+EXIT_CODES = {"complete": {0, 4}, "partial": {3}, "torn": {3}, "hung": {5}, "crashed": {6},
+              "failed_to_start": {7}, "stuck": {8}}
+INCIDENTS = {"crash": "crashed", "abort": "crashed", "stack": "crashed", "exit": "exited",
+             "hang": "hung", "spin": "hung", "kernel": "hung"}
+
+
+def answers_of(report, api):
+    """(gpu, field) -> what was answered, of one API."""
+    found = {}
+    for index, gpu in enumerate(report[api]["gpus"]):
+        for field, value in gpu.items():
+            for name, part in value.items() if field in ("limits", "extensions") else [("", value)]:
+                if field not in UNSTEADY | {"missing"}:
+                    found[index, field, name] = part
+    return found
+
+
+def judge_report(case, run, healthy, before, deadline):
+    """The same of a run through gpureport. By rule: a fault that strikes once costs its own question,
+    or in a stage its API; one in every process leaves the other API, and all earlier answers."""
+    if run.seconds > deadline + 1:
+        yield f"json: after {run.seconds:.1f} s with a deadline of {deadline:.1f} s"
+    try:
+        report = json.loads(run.out)
+    except ValueError as error:
+        yield f"json: {error}"
+        return
+    yield from judge_rest(case, run, True)
+    status = report["run"]["status"]
+    if run.code not in EXIT_CODES[status]:
+        yield f"status: {status}, but exit code {run.code}"
+    asked = next((line[len("# asking "):] for line in reversed(text_of(healthy.lines[:before]))
+                  if line.startswith("# asking ")), "")
+    if run.struck or case.function.endswith("Load"):
+        yield from judge_incident(case, report, asked)
+    yield from judge_answers(case, report, healthy, before, asked)
+
+
+def text_of(lines):
+    return [line.decode("latin-1") for line in lines]
+
+
+def judge_incident(case, report, asked):
+    word = case.action.split("=")[0]
+    wanted = INCIDENTS.get(word)
+    if not wanted:
+        # A loader that can't list its platforms ends the probe with the code that says so.
+        odd = [each["kind"] for each in report["incidents"] if each["signal"] != "exit code 2"]
+        if word != "thread" and odd:
+            yield f"status: an incident after {word}: {odd[0]}"
+        return
+    incident = next(iter(report["incidents"]), None)
+    if not incident:
+        yield f"status: no incident after {word}"
+        return
+    if incident["kind"] != wanted:
+        yield f"status: {incident['kind']} after {word}"
+    question = asked.split(".", 1)[1] if asked.startswith(("glgpu[", "clgpu[")) else asked
+    # Several named lines share a question's name; the library is looked for by its own.
+    # What loads a library is asked in the stage that opens it.
+    loading = case.function.endswith("Load") and incident["question"] in (
+        "ZOROGLInitialized", "ZOROCLInitialized")
+    if incident["question"] != question and not loading:
+        yield f"status: at {incident['question']}, not at {question}"
+    if word in ("crash", "abort", "stack", "hang", "spin") and not any(
+            part in str(incident["library"]) for part in ("rehearsal/", "OpenCL.dll")):
+        yield f"culprit: {incident['library']}"
+
+
+def judge_answers(case, report, healthy, before, asked):
+    own, other = (("opencl", "opengl") if case.function.startswith("cl") else ("opengl", "opencl"))
+    word = case.action.split("=")[0]
+    # Crashes at a time of its own, in whatever is asked then.
+    if word == "thread":
+        return
+    good, got = healthy.answers, {api: answers_of(report, api) for api in (own, other)}
+    if got[other] != answers_of(good, other):
+        yield f"answers: {other} lost some"
+    healthy_own = answers_of(good, own)
+    same = sum(got[own].get(key, ...) == value for key, value in healthy_own.items())
+    tag = {"opengl": "glgpu[", "opencl": "clgpu["}[own]
+    earlier = sum(line.startswith(tag) and not line.endswith("=...")
+                  for line in text_of(healthy.lines[:before]))
+    if same < earlier:
+        yield f"answers: {same} of {own} are a healthy run's, {earlier} came before the call"
+    if case.kind == "harmless" and same < len(healthy_own):
+        yield "answers: a harmless fault changes them"
+    if case.once and case.kind in ("fatal", "hangs", "leaves") and asked.startswith(tag) and (
+            len(healthy_own) - same > 1):
+        yield f"answers: one fault cost {len(healthy_own) - same}"

@@ -1,0 +1,99 @@
+"""What the campaign runs on each system, and with which drivers."""
+
+import os
+import pathlib
+import shutil
+import signal
+import subprocess
+import time
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+
+TWO_CPUS = {"OCL_ICD_VENDORS": "/etc/OpenCL/vendors/pocl.icd", "POCL_DEVICES": "pthread pthread",
+            "POCL_MEMORY_LIMIT": "1", "GPUPROBE_SHORT": "1"}
+
+
+class Linux:
+    """The probe and its drivers. A front is one API with its real drivers behind the kit, the other
+    API absent."""
+    build = ROOT / "build" / "linux"
+    kit = build / "rehearsal"
+    probe = [str(build / "bin" / "gpuprobe")]
+    programs = [build / "bin" / "gpuprobe", kit / "fault.so", kit / "cpu_as_gpu.so",
+                kit / "egl" / "libEGL.so.1"]
+    common = {"GPUPROBE_ANNOUNCE": "1", "MESA_SHADER_CACHE_DISABLE": "true"}
+    opengl = {"LD_LIBRARY_PATH": str(kit / "egl")}
+    opencl = {"OPENCL_LAYERS": f"{kit}/cpu_as_gpu.so:{kit}/fault.so", **TWO_CPUS}
+    fronts = {"opengl": {**opengl, "OCL_ICD_VENDORS": "/none"},
+              "opencl": {**opencl, "__EGL_VENDOR_LIBRARY_FILENAMES": "/none"}}
+    report = [str(build / "bin" / "gpureport"), "--format", "json", "--quiet"]
+    # Both APIs, since it is said of each what the other's fault leaves.
+    both = {"both": {**opengl, **opencl}}
+    # What the process ends with where the driver takes it down.
+    fatal = {"crash": {-signal.SIGSEGV}, "abort": {-signal.SIGABRT}, "stack": {-signal.SIGSEGV},
+             "thread": {-signal.SIGSEGV}}
+
+    def start(self):
+        pass
+
+    def stop(self):
+        pass
+
+    def path(self, path):
+        """As the probe has to write it."""
+        return str(path)
+
+    def files_in(self, folder):
+        """Variables that lead all files of a run into a folder."""
+        return {"TMPDIR": str(folder)}
+
+
+class Windows(Linux):
+    """OpenCL under Wine: the front of Windows in a prefix of its own, on Wine's own library, which
+    uses the machine's drivers."""
+    kit = ROOT / "build" / "windows" / "rehearsal"
+    wine = "/usr/lib/wine/wine64"
+    probe = [wine, str(ROOT / "build" / "windows" / "bin" / "gpuprobe.exe")]
+    programs = [pathlib.Path(probe[1]), kit / "OpenCL.dll", Linux.kit / "cpu_as_gpu.so"]
+    prefix = ROOT / "build" / "campaign" / "wineprefix"
+    libraries = ROOT / "build" / "campaign" / "winedlls"
+    common = {"GPUPROBE_ANNOUNCE": "1", "WINEPREFIX": str(prefix), "WINEDEBUG": "-all",
+              "WINEDLLPATH": str(libraries), "WINEDLLOVERRIDES":
+              "mscoree,mshtml=;winedbg.exe=d;opencl=n"}
+    fronts = {"opencl": {"OPENCL_LAYERS": str(Linux.kit / "cpu_as_gpu.so"), **TWO_CPUS}}
+    # The low byte of the exception's number, or of the C library's code.
+    fatal = {"crash": {0x05}, "abort": {0x03, 0x09}, "stack": {0xFD}, "thread": {0x05}}
+
+    def start(self):
+        os.environ.pop("DISPLAY", None)
+        if not self.prefix.exists():
+            subprocess.run([ROOT / "scripts" / "wine-session", "--no-display", "true"], check=True)
+            subprocess.run(["cp", "-a", "--reflink=auto", ROOT / "build" / "wineprefix", self.prefix],
+                           check=True)
+        system = self.prefix / "drive_c" / "windows" / "system32"
+        own = next(pathlib.Path("/usr/lib").glob("*/wine/x86_64-windows/opencl.dll")).parent.parent
+        for source, target in [
+                (self.kit / "OpenCL.dll", system / "opencl.dll"),
+                (own / "x86_64-windows" / "opencl.dll", system / "opencl_real.dll"),
+                (own / "x86_64-windows" / "opencl.dll",
+                 self.libraries / "x86_64-windows" / "opencl_real.dll"),
+                (own / "x86_64-unix" / "opencl.so",
+                 self.libraries / "x86_64-unix" / "opencl_real.so")]:
+            target.parent.mkdir(parents=True, exist_ok=True)
+            shutil.copy(source, target)
+        # One program that stays keeps Wine's services out of the runs' own processes.
+        self.keeper = subprocess.Popen(
+            [self.wine, "cmd.exe"], env={**os.environ, **self.common}, stdin=subprocess.PIPE,
+            stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, start_new_session=True)
+        time.sleep(5)
+
+    def stop(self):
+        subprocess.run(["/usr/lib/wine/wineserver64", "-k"], env={**os.environ, **self.common},
+                       check=False)
+        self.keeper.wait()
+
+    def path(self, path):
+        return "Z:" + str(path).replace("/", "\\")
+
+    def files_in(self, folder):
+        return {}  # Wine keeps its server's socket where TMPDIR says
