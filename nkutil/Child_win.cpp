@@ -27,7 +27,8 @@ class ChildWin : public Child {
   Ending reap(bool keepTree) override;
 
  private:
-  int activeProcesses() const;
+  /// None: the system doesn't tell.
+  std::optional<int> activeProcesses() const;
   static bool isRunning(HANDLE process) { return WaitForSingleObject(process, 0) != WAIT_OBJECT_0; }
 
   std::atomic<ProcessId> fId{0};
@@ -52,7 +53,7 @@ void ChildWin::awaitEnd() {
   while (systemCall(Call::WaitProcess, WAIT_FAILED, wait) != WAIT_OBJECT_0) Sleep(1);
 }
 
-int ChildWin::activeProcesses() const {
+std::optional<int> ChildWin::activeProcesses() const {
   std::array<ULONG_PTR, 1024> memory{};
   const auto present = reinterpret_cast<JOBOBJECT_BASIC_PROCESS_ID_LIST*>(memory.data());
   const auto size = static_cast<DWORD>(memory.size() * sizeof memory[0]);
@@ -62,7 +63,7 @@ int ChildWin::activeProcesses() const {
   });
   if (!known && GetLastError() == ERROR_MORE_DATA)
     return static_cast<int>(present->NumberOfAssignedProcesses);
-  if (!known) return isRunning(fStarted.process.get()) ? 1 : 0;
+  if (!known) return std::nullopt;
   // Wine lists a process for ever whose creator was ended before it had a thread.
   const ULONG_PTR* const ids = present->ProcessIdList;
   return static_cast<int>(
@@ -75,16 +76,16 @@ int ChildWin::activeProcesses() const {
 int ChildWin::sweep() {
   const std::lock_guard<std::mutex> lock(fMutex);
   if (fReaped || !fStarted.process) return 0;
-  const int active = activeProcesses();
+  const std::optional<int> active = activeProcesses();
   if (active == 0) return 0;
   if (fKilled == 0) {
-    fKilled = active;
     fCountedItself = isRunning(fStarted.process.get());
+    fKilled = active.value_or(fCountedItself ? 1 : 0);
   }
   const BOOL ended = systemCall(Call::Kill, FALSE,
                                 [this] { return TerminateJobObject(fStarted.job.get(), kKilled); });
   if (!ended) TerminateProcess(fStarted.process.get(), kKilled);
-  return active;
+  return active.value_or(1);  // not known to be gone, so that it is looked at again
 }
 
 int ChildWin::killed() const {

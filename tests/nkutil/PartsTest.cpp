@@ -4,10 +4,6 @@
 
 namespace nkutil::test {
 
-Time at(int ms) {
-  return Time{} + Milliseconds(ms);
-}
-
 TEST(Buffer, LinesOverPiecesAndDrops) {
   using Texts = std::vector<std::string>;
   using Row = std::tuple<std::size_t, Texts, Texts>;
@@ -17,7 +13,7 @@ TEST(Buffer, LinesOverPiecesAndDrops) {
         Row{8, {"a\nb\n", "11\n", "22\n", "33\n"}, {"a|", "b|", "[5]|", "33|"}},
         Row{8, {"abcdefgh", "ijklmnop"}, {"abcd", "[8]mnop"}}, Row{2, {"abc"}, {"a", "[1]c"}}}) {
     Buffer buffer(cap);
-    for (const std::string& piece : pieces) buffer.append(piece, at(0));
+    for (const std::string& piece : pieces) buffer.append(piece, Time{});
     Buffer moved(cap);
     buffer.moveTo(moved);
     Texts got;

@@ -27,6 +27,13 @@ std::unique_ptr<ConsoleApp> launch(const Command& command) {
   return app;
 }
 
+bool runsOnOwnStreams() {
+  Command command = zoo({"copy"});
+  command.input = Command::Input::Host;
+  command.err.to = Command::Output::To::Host;
+  return run(command).ending.name() == "exit code 0" && run(zoo({"say", "x"})).out.text == "x";
+}
+
 double millisecondsSince(Time from, Time to) {
   return std::chrono::duration<double, std::milli>(to - from).count();
 }

@@ -18,10 +18,13 @@ Time in(int milliseconds);
 RunResult run(const Command& command, Time deadline = in(60000));
 /// Launches on this system; expects that all is well.
 std::unique_ptr<ConsoleApp> launch(const Command& command);
+/// Whether programs run with the host's own input and errors, and without.
+bool runsOnOwnStreams();
 double millisecondsSince(Time from, Time to = Clock::now());
 
 constexpr int kEnough = 60000;
-constexpr int kShort = 1500;            // a start under a tool on a busy machine takes its time
+constexpr int kShort = 3000;            // a start under a tool on a busy machine takes its time
+constexpr int kLonger = 6000;           // and so does what the program writes first
 constexpr Milliseconds kSurely{20000};  ///< a kill budget, for tests of something else
 
 /// One mode of the zoo and what is to come of it.

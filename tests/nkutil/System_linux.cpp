@@ -27,8 +27,7 @@ std::vector<Row> systemRows() {
           {{"raise", "8"}, kEnough, "SIGFPE"},
           {{"raise", "19"}, kShort, "SIGKILL", 0, 1},  // stopped
           {{"abort"}, kEnough, "SIGABRT"},
-          {{"overflow"}, kEnough, "SIGSEGV"},
-          {{"storm", "200"}, 2000, "SIGKILL", 1, 2},
+          {{"storm", "200"}, kLonger, "SIGKILL", 1, 2},
           {{"print", "1024"}, kEnough, "exit code 0", 1 << 30}};
 }
 
@@ -74,10 +73,6 @@ int zooProcesses() {
 
 namespace {
 
-void checkOutput() {
-  if (run(zoo({"say", "x"})).out.text != "x") _exit(1);
-}
-
 /// The state is known, the exit code is not; a kill works as ever.
 void ignoreSigchld() {
   signal(SIGCHLD, SIG_IGN);
@@ -91,11 +86,7 @@ void ignoreSigchld() {
 
 void closeStreams() {
   for (const int descriptor : {0, 1, 2}) close(descriptor);
-  Command command = zoo({"copy"});
-  command.input = Command::Input::Host;
-  command.err.to = Command::Output::To::Host;
-  checkOutput();
-  bool right = run(command).ending.name() == "exit code 0";
+  bool right = runsOnOwnStreams();
   for (const int descriptor : {0, 1, 2}) right = right && fcntl(descriptor, F_GETFD) < 0;
   _exit(right ? 0 : 2);
 }
@@ -107,8 +98,7 @@ void openMany() {
   setrlimit(RLIMIT_NOFILE, &limit);
   for (rlim_t i = 100; i < limit.rlim_cur; ++i)
     if (open("/dev/null", O_RDONLY) < 0) _exit(2);
-  checkOutput();
-  _exit(0);
+  _exit(run(zoo({"say", "x"})).out.text == "x" ? 0 : 1);
 }
 
 /// What the zoo has from a host that starts it without us.

@@ -12,14 +12,6 @@ using zoo::Apart;
 using zoo::Arguments;
 using zoo::startSelf;
 
-volatile bool endless = true;
-
-int overflow(volatile char* above) {
-  volatile char room[4096];
-  room[0] = above ? above[0] : '\0';
-  return endless ? overflow(room) + room[0] : 0;
-}
-
 /// Lines of 64 bytes, `mebibytes` in all.
 void flood(std::FILE* stream, long mebibytes) {
   std::string block;
@@ -41,23 +33,20 @@ void sleepMs(int milliseconds) {
 const zoo::Modes kModes = {
     {"exit", [](const Arguments& a) { std::exit(std::stoi(a[0])); }},
     {"abort", [](const Arguments&) { std::abort(); }},
-    {"overflow", [](const Arguments&) { overflow(nullptr); }},
     {"say", [](const Arguments& a) { say(a[0]); }},
     {"zeros", [](const Arguments&) { say(std::string("a\0b\n", 4)); }},
-    {"cut-crlf", [](const Arguments&) { say("a\r"), sleepMs(60), say("\nb\r\n"); }},
-    {"long-line", [](const Arguments&) { say(std::string(64 << 20, 'x') + "\n"); }},
+    {"lines", [](const Arguments&) { say("a\r"), sleepMs(500), say("\nb\r\n" + std::string(64 << 20, 'x') + "\n"); }},
     {"arguments", [](const Arguments& a) { for (const std::string& each : a) say(each + '\0'); }},
     {"variables", [](const Arguments& a) { for (const std::string& name : a) { const char* value = std::getenv(name.c_str()); say((value ? value : "(none)") + std::string("|")); } }},
     {"copy", [](const Arguments&) { for (int c = 0; (c = std::getchar()) != EOF;) std::putchar(c); }},
     {"print", [](const Arguments& a) { flood(stdout, std::stol(a[0])); }},
     {"flood-errors", [](const Arguments&) { flood(stderr, 8), say("after\n"); }},
-    {"drip", [](const Arguments& a) { for (int i = std::stoi(a[0]); i > 0; --i) say("x"), sleepMs(1000); sleepMs(60000); }},
     {"spin", [](const Arguments&) { for (volatile int i = 0;;) i = i + 1; }},
     {"sleep", [](const Arguments&) { sleepMs(60000); }},
-    {"ignore", [](const Arguments&) { zoo::ignoreRequests(), say("x"), sleepMs(60000); }},
+    {"ignore", [](const Arguments&) { zoo::ignoreRequests(), say("x"), sleepMs(1000), say("x"), sleepMs(60000); }},
     {"closed", [](const Arguments&) { for (FILE* each : {stdin, stdout, stderr}) std::fclose(each); sleepMs(60000); }},
     {"grandchild", [](const Arguments&) { startSelf("sleep", Apart::No), say("x"); }},
-    {"nap", [](const Arguments&) { sleepMs(2000); }},
+    {"nap", [](const Arguments&) { sleepMs(3000); }},
     {"napping-child", [](const Arguments&) { startSelf("nap", Apart::No); }},
     {"left-session", [](const Arguments&) { startSelf("start-apart", Apart::No), sleepMs(100), say("x"); }},
     {"start-apart", [](const Arguments&) { startSelf("sleep", Apart::Session); }},
