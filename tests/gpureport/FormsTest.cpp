@@ -2,19 +2,21 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cmath>
+#include <cstdlib>
 #include <fstream>
-#include <iterator>
-#include <limits>
+#include <regex>
 #include <sstream>
 
 #include "gpureport/Columns.h"
 #include "gpureport/ExitCode.h"
+#include "gpureport/Html.h"
 #include "gpureport/JsonForms.h"
+#include "gpureport/Labels.h"
+#include "gpureport/Metrics.h"
 #include "gpureport/TextForm.h"
-#include "host/Fields.h"
 #include "host/Inspect.h"
 #include "host/Json.h"
+#include "host/Text.h"
 #include "tests/gpureport/Samples.h"
 
 namespace gpureport {
@@ -22,19 +24,11 @@ namespace {
 
 using host::Reason;
 using host::Value;
-using protocol::GPUKind;
 using ::testing::HasSubstr;
 
-std::string fileText(const std::string& name) {
-  std::ifstream file(GPUPROBE_TESTS + name, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
-/// Every driver's text at its worst.
-host::Inspection hostileMachine() {
+/// A machine whose drivers write the same text everywhere.
+host::Inspection hostileMachine(const std::string& nasty) {
   host::Inspection machine = test::crashedMachine();
-  const std::string nasty = "\x1b[31m\xe2\x80\xae\x07 red\xff\xed\xa0\x80\r\n\t" +
-                            std::string(300, 'W') + std::string("\0", 1) + "\xe5\x9b\xbe";
   for (host::Api* api : {&machine.openGL, &machine.openCL})
     for (host::Gpu& gpu : api->gpus)
       for (host::Answer& answer : gpu.answers)
@@ -47,29 +41,82 @@ host::Inspection hostileMachine() {
   return machine;
 }
 
-TEST(Text, IsAsItWasLookedAt) {
-  for (const int columns : {80, 60})
-    EXPECT_EQ(Text(test::crashedMachine(), {columns, false}),
-              fileText("gpureport/text" + std::to_string(columns) + ".golden"));
+std::vector<std::string> linesOf(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream stream(text);
+  for (std::string line; std::getline(stream, line);) lines.push_back(line);
+  return lines;
 }
 
-TEST(Text, StaysWithinItsColumns) {
-  for (const host::Inspection& machine : {test::crashedMachine(), hostileMachine()})
-    for (int columns = 40; columns <= 80; columns += 4) {
-      std::istringstream text(Text(machine, {columns, false}));
-      for (std::string line; std::getline(text, line);) {
+/// scripts/update-expected rewrites what is expected.
+TEST(Forms, AreAsTheyWereLookedAt) {
+  const host::Inspection machine = test::crashedMachine();
+  const std::regex style("<style>[^]*</style>"), version("(\"gpureport\",\\s+\"version\": )[^\n]+");
+  const std::pair<const char*, std::string> forms[] = {
+      {"text80", Text(machine, {80, false})},
+      {"text60", Text(machine, {60, false})},
+      {"json", std::regex_replace(host::ToJson(machine), version, "$1\"1.0.0\"")},
+      {"jsonl", JsonLines(machine)},
+      {"prom", Prometheus(machine)},
+      {"labels", Labels(machine)},
+      {"html", std::regex_replace(Html(machine), style, "")},
+  };
+  for (const auto& [name, text] : forms) {
+    const std::string expected = "gpureport/crashed." + std::string(name);
+    if (std::getenv("UPDATE_EXPECTED"))
+      std::ofstream(GPUPROBE_TESTS + expected, std::ios::binary) << text;
+    EXPECT_EQ(text, test::fileText(expected));
+  }
+}
+
+TEST(Forms, StayWhatTheyAreWhateverADriverWrites) {
+  const std::regex series(
+      "# .*|[a-z_]+(\\{([a-z_]+=\"([^\"\\\\]|\\\\[\\\\\"n])*\",?)*\\})? [-+.e0-9]+");
+  const std::regex label(
+      "# .*|gpu\\.example\\.com/gpuprobe(\\.[a-z0-9-]+)+="
+      "[A-Za-z0-9]([A-Za-z0-9._-]{0,61}[A-Za-z0-9])?");
+  for (const std::string& nasty :
+       {"\x1b[31m\xe2\x80\xae\x07 red\xff\xed\xa0\x80\r\n\t" + std::string(300, 'W') +
+            std::string("\0", 1) + "\xe5\x9b\xbe",
+        "<script>\"'&amp;\\</style>\n\xff" + std::string(1 << 16, 'x'),
+        std::string(62, 'a') + "(b)", std::string(62, 'a') + "\xc3\xbc", std::string(1 << 16, '.'),
+        std::string("\0x", 2)}) {
+    const host::Inspection machine = hostileMachine(nasty);
+    for (int columns = 40; columns <= 80; columns += 4)
+      for (const std::string& line : linesOf(Text(machine, {columns, false}))) {
         ASSERT_LE(ColumnsOf(line), columns) << line;
         ASSERT_EQ(line, Printable(line));
       }
+    for (const std::string& line : linesOf(Prometheus(machine))) {
+      ASSERT_TRUE(std::regex_match(line, series)) << line;
+      ASSERT_LT(line.size(), 2500U);
+      ASSERT_EQ(line, host::ValidUtf8(line));
     }
+    for (const std::string& line : linesOf(Labels(machine, "gpu.example.com/")))
+      ASSERT_TRUE(std::regex_match(line, label)) << line;
+    const std::string page = Html(machine);
+    EXPECT_EQ(page.find("<script"), std::string::npos);
+    EXPECT_EQ(page, host::ValidUtf8(page));
+    EXPECT_LT(page.size(), 100000U);
+  }
 }
 
 TEST(Text, ColoursChangeNothingElse) {
-  std::string text = Text(test::crashedMachine(), {80, true});
+  const std::string text = Text(test::crashedMachine(), {80, true});
   EXPECT_THAT(text, HasSubstr("\x1b[31m"));
-  for (std::size_t at = 0; (at = text.find('\x1b')) != std::string::npos;)
-    text.erase(at, text.find('m', at) - at + 1);
-  EXPECT_EQ(text, Text(test::crashedMachine(), {80, false}));
+  EXPECT_EQ(std::regex_replace(text, std::regex("\x1b\\[[0-9]*m"), ""),
+            Text(test::crashedMachine(), {80, false}));
+}
+
+TEST(Labels, TellWhatIsKnown) {
+  // How many OpenCL has, the driver took with it; a machine without has none.
+  host::Inspection machine;
+  EXPECT_THAT(Labels(machine), HasSubstr("gpuprobe.opencl.count=0\n"));
+  machine.openCL.status = host::ApiStatus::Crashed;
+  EXPECT_EQ(Labels(machine).find("opencl.count"), std::string::npos);
+  for (const std::string good : {"", "gpu.example.com/", "a/"}) EXPECT_TRUE(IsLabelPrefix(good));
+  for (const std::string bad : {"/", "example.com", "-a/", "a..b/", "A/", "a/b/", "a b/", "a/\n"})
+    EXPECT_FALSE(IsLabelPrefix(bad)) << bad;
 }
 
 TEST(Columns, AreThoseOfATerminal) {
@@ -86,10 +133,10 @@ TEST(Columns, AreThoseOfATerminal) {
 }
 
 TEST(Json, ComesBackTheSame) {
-  const std::string golden = fileText("report.golden");
+  const std::string golden = test::fileText("report.golden");
   for (const host::Inspection& machine :
-       {test::crashedMachine(), hostileMachine(), host::Inspection{}, host::FromReport(golden),
-        host::FromReport(golden.substr(0, golden.size() / 2)),
+       {test::crashedMachine(), hostileMachine("\xff\"\\\n"), host::Inspection{},
+        host::FromReport(golden), host::FromReport(golden.substr(0, golden.size() / 2)),
         host::FromReport(std::string("\0\xff=1\nglgpu[99].GLName=\"", 23))}) {
     const std::string json = host::ToJson(machine);
     std::string error;
@@ -113,8 +160,8 @@ TEST(Json, WhatIsNoneIsRefused) {
         std::string(100000, '['), with("gpuprobe-report", "other"),
         with("\"glgpu[0]\"", "\"glgpu[x]\""), with("\"glgpu[0]\"", "\"glgpu[99999999999]\""),
         with("\"0x10de\"", "\"0xzz\""), with("12884901888", "1e300"), with("12884901888", "-5"),
-        with("\"attempts\": 2", "\"attempts\": 9e9"),
-        with("\"attempts\": 2", "\"attempts\": 99999999999"), with("\"SIGSEGV\"", "7"),
+        with("\"attempts\": 4", "\"attempts\": 9e9"),
+        with("\"attempts\": 4", "\"attempts\": 99999999999"), with("\"SIGSEGV\"", "7"),
         with("2026-", "20x6-"), with("\"status\": \"crashed\"", "\"status\": \"fine\"")}) {
     std::string error;
     EXPECT_FALSE(host::FromJson(json, error)) << json.substr(0, 300);
@@ -124,31 +171,30 @@ TEST(Json, WhatIsNoneIsRefused) {
 }
 
 TEST(Fields, ConvertTheReportsUnits) {
-  const auto of = [](const char* key, const Value& value) {
-    const host::Gpu gpu = test::makeGpu(GPUKind::OpenGL, 0, {{key, value}});
-    for (std::size_t i = 0; i < gpu.answers.size(); ++i)
-      if (!std::holds_alternative<Reason>(gpu.answers[i]))
-        return host::Converted(host::Fields(GPUKind::OpenGL)[i], gpu.answers[i]);
-    return host::Answer(Reason::Absent);
+  const struct {
+    const char* line;
+    const char* key;
+    const char* value;  ///< or why there is none
+  } rows[] = {
+      {"glgpu[0].GLMemoryMB=3", "opengl[0].memory_bytes", "3145728"},
+      {"glgpu[0].GLMemoryMB=9223372036854775807", "opengl[0].memory_bytes", "failed"},
+      {"glgpu[0].GLVendorID=32902", "opengl[0].vendor_id", "0x8086"},
+      {"glgpu[0].GLVendorID=-2", "opengl[0].vendor_id", "failed"},
+      {"clgpu[0].CLCompute=nan", "opencl[0].kernel_seconds", "failed"},
+      {"glgpu[0].GLDriverDate=\"4-19-2026\"", "opengl[0].driver_date", "2026-04-19"},
+      {"glgpu[0].GLDriverDate=\"20260419000000.000000-000\"", "opengl[0].driver_date",
+       "2026-04-19"},
+      {"glgpu[0].GLDriverDate=\"Tue Jun  6 22:20:39 UTC 2023\"", "opengl[0].driver_date",
+       "2023-06-06"},
+      {"glgpu[0].GLDriverDate=\"2026-04-19\"", "opengl[0].driver_date", "2026-04-19"},
+      {"glgpu[0].GLDriverDate=\"2-30-2026\"", "opengl[0].driver_date", "2-30-2026"},
+      {"glgpu[0].GLDriverDate=\"spring 2026\"", "opengl[0].driver_date", "spring 2026"},
   };
-  const auto whole = [](std::int64_t value) { return Value(value); };
-  EXPECT_EQ(of("GLMemoryMB", whole(3)), host::Answer(whole(3 << 20)));
-  EXPECT_EQ(of("GLMemoryMB", whole(std::numeric_limits<std::int64_t>::max())),
-            host::Answer(Reason::Failed));
-  EXPECT_EQ(of("GLVendorID", whole(0x8086)), host::Answer(Value("0x8086")));
-  EXPECT_EQ(of("GLVendorID", whole(-1)), host::Answer(Reason::Failed));
-  EXPECT_EQ(host::Converted(*host::FieldOf(*host::Fields(GPUKind::OpenCL).back().question),
-                            Value(std::nan(""))),
-            host::Answer(Reason::Failed));
-  const std::pair<const char*, const char*> dates[] = {
-      {"4-19-2026", "2026-04-19"},
-      {"20260419000000.000000-000", "2026-04-19"},
-      {"Tue Jun  6 22:20:39 UTC 2023", "2023-06-06"},
-      {"2026-04-19", "2026-04-19"},
-      {"2-30-2026", "2-30-2026"},
-      {"spring 2026", "spring 2026"},
-  };
-  for (const auto& [date, iso] : dates) EXPECT_EQ(host::IsoDate(date), iso);
+  for (const auto& row : rows) {
+    const std::string report = "NumGLGPUs=1\nNumCLGPUs=1\n" + std::string(row.line) + "\n";
+    const Got got = GetValue(host::FromReport(report), row.key);
+    EXPECT_EQ(got.value.value_or(name(got.missing.value_or(Reason::Hung))), row.value) << row.line;
+  }
 }
 
 TEST(Get, FindsValuesByTheirKeys) {
@@ -165,7 +211,7 @@ TEST(Get, FindsValuesByTheirKeys) {
   for (const auto& [key, value] : rows) EXPECT_EQ(GetValue(machine, key).value, value) << key;
   EXPECT_EQ(GetValue(machine, "opencl[0].kernel_seconds").missing, Reason::Crashed);
   EXPECT_EQ(GetValue(machine, "opencl[0].cuda_version").missing, Reason::Absent);
-  for (const char* key : {"", "opengl[1].name", "opengl[].name", "opengl[0", "opengl[0]..name", "x",
+  for (const char* key : {"", "opengl[2].name", "opengl[].name", "opengl[0", "opengl[0]..name", "x",
                           "opengl[-1]", "run.status.x", "opengl[99999999999999999999]"})
     EXPECT_FALSE(GetValue(machine, key).known) << key;
 }

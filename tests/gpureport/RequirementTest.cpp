@@ -2,14 +2,11 @@
 
 #include "gpureport/ExitCode.h"
 #include "gpureport/Requirement.h"
+#include "host/Inspect.h"
 #include "tests/gpureport/Samples.h"
 
 namespace gpureport {
 namespace {
-
-using host::Reason;
-using host::Value;
-using protocol::GPUKind;
 
 int evaluated(const std::string& text, const host::Inspection& machine) {
   std::string error;
@@ -18,22 +15,18 @@ int evaluated(const std::string& text, const host::Inspection& machine) {
 }
 
 /// An old discrete card with much memory and a new integrated one with little.
-host::Inspection twoCards() {
-  host::Inspection machine;
-  machine.status = host::Status::Complete;
-  machine.openGL.status = host::ApiStatus::Ok;
-  machine.openGL.gpus = {test::makeGpu(GPUKind::OpenGL, 0,
-                                       {{"GLVersion", Value("2.1")},
-                                        {"GLMemoryMB", Value(std::int64_t{8192})},
-                                        {"IsIntegratedGLGPU", Value(false)}}),
-                         test::makeGpu(GPUKind::OpenGL, 1,
-                                       {{"GLVersion", Value("4.1")},
-                                        {"glGetString[GL_SHADING_LANGUAGE_VERSION]", Value("4.50")},
-                                        {"GLMemoryMB", Value(std::int64_t{512})},
-                                        {"IsIntegratedGLGPU", Value(true)},
-                                        {"GLFrameBufferOK", Value(false)}})};
-  return machine;
-}
+constexpr const char* kTwoCards = R"(NumGLGPUs=2
+glgpu[0].GLVersion="2.1"
+glgpu[0].GLMemoryMB=8192
+glgpu[0].IsIntegratedGLGPU=0
+glgpu[1].GLVersion="4.1"
+glgpu[1].glGetString[GL_SHADING_LANGUAGE_VERSION]="4.50"
+glgpu[1].GLMemoryMB=512
+glgpu[1].IsIntegratedGLGPU=1
+glgpu[1].GLFrameBufferOK=0
+NumCLGPUs=0
+snifferEnd="now"
+)";
 
 TEST(Require, IsMetByOneGpu) {
   const struct {
@@ -65,21 +58,25 @@ TEST(Require, IsMetByOneGpu) {
       {"memory>=99999999999999TiB", kUsage},
       {"vulkan>=1.3", kUsage},
   };
-  for (const auto& row : rows) EXPECT_EQ(evaluated(row.text, twoCards()), row.code) << row.text;
+  const host::Inspection twoCards = host::FromReport(kTwoCards);
+  for (const auto& row : rows) EXPECT_EQ(evaluated(row.text, twoCards), row.code) << row.text;
 }
 
 TEST(Require, SaysWhatItCannotTell) {
   host::Inspection machine = test::crashedMachine();
   EXPECT_EQ(evaluated("opengl>=3.3,memory>=2GiB,discrete,glsl,framebuffer", machine), kComplete);
   EXPECT_EQ(evaluated("opencl>=1.2,memory>=2GiB", machine), kComplete);
-  machine.openCL.gpus[0] = test::makeGpu(GPUKind::OpenCL, 0, {{"CLDeviceVersion", Reason::Hung}});
+  for (host::Answer& answer : machine.openCL.gpus[0].answers) answer = host::Reason::Hung;
   EXPECT_EQ(evaluated("opencl>=1.2", machine), kHung);
+  machine.incidents.resize(1);
   // A platform whose list was lost may have had the GPU that is wanted.
   machine.incidents[0].gpu.reset();
   machine.incidents[0].question = "NumCLGPUs Fine";
   machine.openCL.gpus.clear();
   EXPECT_EQ(evaluated("opencl>=1.2", machine), kCrashed);
   EXPECT_EQ(evaluated("opengl>=4.7", machine), kNotMet);
+  machine = host::FromReport("NumGLGPUs=0\n");
+  EXPECT_EQ(evaluated("opencl>=1.2", machine), kUnanswered);
   machine.status = host::Status::FailedToStart;
   machine.openGL.gpus.clear();
   EXPECT_EQ(evaluated("discrete", machine), kNotStarted);

@@ -1,17 +1,16 @@
 #pragma once
 
-#include <map>
 #include <string>
 
 #include "host/Inspection.h"
 
 namespace gpureport::test {
 
-/// A GPU that answers the questions given, by their keys, and nothing else.
-host::Gpu makeGpu(protocol::GPUKind kind, int index,
-                  const std::map<std::string, host::Answer>& answers);
+/// The bytes of a file below tests/.
+std::string fileText(const std::string& name);
 
-/// A machine with an OpenGL GPU that answers all and an OpenCL GPU that crashed at CLCompute.
+/// gpureport/crashed.json: a machine with an OpenGL GPU that answers nearly all, one that does not,
+/// and an OpenCL GPU that crashed twice at CLCompute.
 host::Inspection crashedMachine();
 
 }  // namespace gpureport::test
