@@ -55,6 +55,7 @@ TEST(Forms, AreAsTheyWereLookedAt) {
   const std::pair<const char*, std::string> forms[] = {
       {"text80", Text(machine, {80, false})},
       {"text60", Text(machine, {60, false})},
+      {"colours", Text(machine, {80, true})},
       {"json", std::regex_replace(host::ToJson(machine), version, "$1\"1.0.0\"")},
       {"jsonl", JsonLines(machine)},
       {"prom", Prometheus(machine)},
@@ -99,13 +100,6 @@ TEST(Forms, StayWhatTheyAreWhateverADriverWrites) {
     EXPECT_EQ(page, host::ValidUtf8(page));
     EXPECT_LT(page.size(), 100000U);
   }
-}
-
-TEST(Text, ColoursChangeNothingElse) {
-  const std::string text = Text(test::crashedMachine(), {80, true});
-  EXPECT_THAT(text, HasSubstr("\x1b[31m"));
-  EXPECT_EQ(std::regex_replace(text, std::regex("\x1b\\[[0-9]*m"), ""),
-            Text(test::crashedMachine(), {80, false}));
 }
 
 TEST(Labels, TellWhatIsKnown) {
@@ -170,31 +164,37 @@ TEST(Json, WhatIsNoneIsRefused) {
   }
 }
 
+/// The value of a key, or why there is none.
+std::string got(const host::Inspection& machine, const std::string& key) {
+  const Got found = GetValue(machine, key);
+  if (!found.known) return "no such key";
+  return found.value.value_or(name(found.missing.value_or(Reason::Hung)));
+}
+
 TEST(Fields, ConvertTheReportsUnits) {
   const struct {
     const char* line;
     const char* key;
-    const char* value;  ///< or why there is none
+    const char* value;
   } rows[] = {
-      {"glgpu[0].GLMemoryMB=3", "opengl[0].memory_bytes", "3145728"},
-      {"glgpu[0].GLMemoryMB=9223372036854775807", "opengl[0].memory_bytes", "failed"},
-      {"glgpu[0].GLVendorID=32902", "opengl[0].vendor_id", "0x8086"},
-      {"glgpu[0].GLVendorID=-2", "opengl[0].vendor_id", "failed"},
-      {"clgpu[0].CLCompute=nan", "opencl[0].kernel_seconds", "failed"},
-      {"glgpu[0].GLDriverDate=\"4-19-2026\"", "opengl[0].driver_date", "2026-04-19"},
-      {"glgpu[0].GLDriverDate=\"20260419000000.000000-000\"", "opengl[0].driver_date",
-       "2026-04-19"},
-      {"glgpu[0].GLDriverDate=\"Tue Jun  6 22:20:39 UTC 2023\"", "opengl[0].driver_date",
-       "2023-06-06"},
-      {"glgpu[0].GLDriverDate=\"2026-04-19\"", "opengl[0].driver_date", "2026-04-19"},
-      {"glgpu[0].GLDriverDate=\"2-30-2026\"", "opengl[0].driver_date", "2-30-2026"},
-      {"glgpu[0].GLDriverDate=\"spring 2026\"", "opengl[0].driver_date", "spring 2026"},
+      {"GLMemoryMB=3", "memory_bytes", "3145728"},
+      {"GLMemoryMB=9223372036854775807", "memory_bytes", "failed"},
+      {"GLVendorID=32902", "vendor_id", "0x8086"},
+      {"GLVendorID=-2", "vendor_id", "unknown"},
+      {"GLDriverDate=\"4-19-2026\"", "driver_date", "2026-04-19"},
+      {"GLDriverDate=\"20260419000000.000000-000\"", "driver_date", "2026-04-19"},
+      {"GLDriverDate=\"Tue Jun  6 22:20:39 UTC 2023\"", "driver_date", "2023-06-06"},
+      {"GLDriverDate=\"2026-04-19\"", "driver_date", "2026-04-19"},
+      {"GLDriverDate=\"2-30-2026\"", "driver_date", "2-30-2026"},
+      {"GLDriverDate=\"spring 2026\"", "driver_date", "spring 2026"},
   };
-  for (const auto& row : rows) {
-    const std::string report = "NumGLGPUs=1\nNumCLGPUs=1\n" + std::string(row.line) + "\n";
-    const Got got = GetValue(host::FromReport(report), row.key);
-    EXPECT_EQ(got.value.value_or(name(got.missing.value_or(Reason::Hung))), row.value) << row.line;
+  for (const auto& [line, key, value] : rows) {
+    const auto machine = host::FromReport("NumGLGPUs=1\nglgpu[0]." + std::string(line) + "\n");
+    EXPECT_EQ(got(machine, "opengl[0]." + std::string(key)), value) << line;
   }
+  EXPECT_EQ(
+      got(host::FromReport("NumCLGPUs=1\nclgpu[0].CLCompute=nan\n"), "opencl[0].kernel_seconds"),
+      "failed");
 }
 
 TEST(Get, FindsValuesByTheirKeys) {
@@ -203,17 +203,18 @@ TEST(Get, FindsValuesByTheirKeys) {
       {"opengl[0].memory_bytes", "12884901888"},
       {"opengl[0].name", "Fine \xe5\x9b\xbe\xe5\xbd\xa2 Card 3000"},
       {"opengl[0].limits.GL_MAX_DRAW_BUFFERS", "32"},
+      {"opengl[1].limits.GL_MAX_VARYING_FLOATS", "hung"},
       {"opengl[0].extensions.GL_ARB_SHADER_TEXTURE_LOD", "false"},
       {"opengl.gpus[0].vendor_id", "0x10de"},
       {"run.status", "crashed"},
       {"incidents[0].signal", "SIGSEGV"},
+      {"opencl[0].kernel_seconds", "crashed"},
+      {"opencl[0].cuda_version", "absent"},
   };
-  for (const auto& [key, value] : rows) EXPECT_EQ(GetValue(machine, key).value, value) << key;
-  EXPECT_EQ(GetValue(machine, "opencl[0].kernel_seconds").missing, Reason::Crashed);
-  EXPECT_EQ(GetValue(machine, "opencl[0].cuda_version").missing, Reason::Absent);
+  for (const auto& [key, value] : rows) EXPECT_EQ(got(machine, key), value) << key;
   for (const char* key : {"", "opengl[2].name", "opengl[].name", "opengl[0", "opengl[0]..name", "x",
                           "opengl[-1]", "run.status.x", "opengl[99999999999999999999]"})
-    EXPECT_FALSE(GetValue(machine, key).known) << key;
+    EXPECT_EQ(got(machine, key), "no such key") << key;
 }
 
 }  // namespace

@@ -26,9 +26,6 @@ std::string beside(const std::string& name) {
   const std::string probe = ProbeName();
   return OwnFolder() + name + probe.substr(std::string("gpuprobe").size());
 }
-bool onWindows() {
-  return std::string(ProbeName()) == "gpuprobe.exe";
-}
 
 class Tool : public ::testing::Test {
  protected:
@@ -116,9 +113,10 @@ TEST_F(Tool, AFileIsThereAsAWhole) {
 
 TEST_F(Tool, GuardEndsAsItsProgram) {
   const std::string zoo = beside("zoo");
+  const bool windows = std::string(ProbeName()) == "gpuprobe.exe";
   const Arguments crash =
-      onWindows() ? Arguments{zoo, "raise", "C0000005"} : Arguments{zoo, "overflow"};
-  const std::string crashed = onWindows() ? "0xC0000005 access violation" : "exit code 139";
+      windows ? Arguments{zoo, "raise", "C0000005"} : Arguments{zoo, "overflow"};
+  const std::string crashed = windows ? "0xC0000005 access violation" : "exit code 139";
   const struct {
     Arguments options;
     Arguments program;
@@ -179,13 +177,12 @@ TEST_F(Tool, AReaderThatBlocksCountsAgainstTheDeadline) {
     return false;
   };
   nkutil::LaunchError error;
-  const auto start = Clock::now();
-  const auto app = nkutil::systemLauncher().launch(command, start + Milliseconds(30000), error);
+  const auto app =
+      nkutil::systemLauncher().launch(command, Clock::now() + Milliseconds(30000), error);
   ASSERT_TRUE(app) << error.message();
-  EXPECT_TRUE(app->WaitFor(nkutil::AppState::Finishing, start + Milliseconds(30000)));
-  EXPECT_LT(Clock::now() - start, Milliseconds(10000));
+  EXPECT_TRUE(app->WaitFor(nkutil::AppState::Finishing, Clock::now() + Milliseconds(10000)));
   open = true;
-  EXPECT_TRUE(app->waitForEnd(start + Milliseconds(40000)));
+  EXPECT_TRUE(app->waitForEnd(Clock::now() + Milliseconds(30000)));
   EXPECT_EQ(app->ending().code, 124u);
 }
 

@@ -3,15 +3,16 @@
 import html
 import json
 import os
+import pathlib
 import re
 import subprocess
 import tempfile
 
-from samples import CRASHED, form, run, said
+from samples import form, run, said
 
 # Measures the page in a frame of the width of a phone and of a desk, with everything unfolded. The
 # frame's own policy forbids the page's scripts, not those of the one who looks in.
-LOOK = """<iframe id=f srcdoc="%s"></iframe><pre id=seen></pre><script>
+LOOK = """<!DOCTYPE html><meta charset=utf-8><iframe id=f srcdoc="%s"></iframe><pre id=seen></pre><script>
 f.onload = () => {
   const page = f.contentDocument, seen = {title: page.title, values: {}, widths: {}};
   for (const d of page.querySelectorAll('details')) d.open = true;
@@ -21,7 +22,6 @@ f.onload = () => {
   }
   for (const e of page.querySelectorAll('[data-key]'))
     seen.values[e.dataset.key] = {value: e.getAttribute('value'), text: e.textContent};
-  seen.incidents = [...page.querySelectorAll('.incident')].map(e => e.textContent);
   seen.foreign = page.querySelectorAll('script, img, link, iframe, i').length;
   document.getElementById('seen').textContent = JSON.stringify(seen);
 };
@@ -30,9 +30,8 @@ f.onload = () => {
 
 def look(state):
     with tempfile.TemporaryDirectory() as folder:
-        with open(folder + "/look.html", "w", encoding="utf-8") as file:
-            file.write("<!DOCTYPE html><meta charset=utf-8>" +
-                       LOOK % html.escape(form("html", state)))
+        pathlib.Path(folder, "look.html").write_text(
+            LOOK % html.escape(form("html", state)), encoding="utf-8")
         root = ["--no-sandbox"] if os.geteuid() == 0 else []
         dom = said("chromium", *root, "--headless", "--disable-gpu", "--virtual-time-budget=5000",
                    f"--user-data-dir={folder}/profile", "--dump-dom", f"file://{folder}/look.html",
@@ -76,12 +75,4 @@ def every_answer_or_its_reason_is_on_the_page():
         assert not seen, seen
 
 
-def incidents_come_with_culprit_and_advice():
-    incidents = look("crashed")["incidents"]
-    assert len(incidents) == len(CRASHED["incidents"]), incidents
-    for word in ("library", "question", "gpu", "package", "signal"):
-        assert CRASHED["incidents"][0][word] in incidents[0], word
-    assert "What to do" in incidents[0]
-
-
-run(every_answer_or_its_reason_is_on_the_page, incidents_come_with_culprit_and_advice)
+run(every_answer_or_its_reason_is_on_the_page)

@@ -2,8 +2,8 @@
 """Lets node-exporter and a Prometheus server read gpureport's metrics, and asks the server."""
 import json
 import os
+import pathlib
 import re
-import shutil
 import socket
 import subprocess
 import tempfile
@@ -12,7 +12,7 @@ import urllib.parse
 import urllib.request
 
 import yaml
-from samples import CRASHED, HOSTILE_NAMES, ROOT, STATES, form, read, run, said
+from samples import CRASHED, HOSTILE_NAMES, STATES, form, read, run, said
 
 
 def guide_blocks(kind):
@@ -33,13 +33,12 @@ class Server:
         root, exporter, server = self.folder.name, free_port(), free_port()
         self.url = f"http://127.0.0.1:{server}/api/v1/query?query="
         os.mkdir(root + "/metrics")
-        with open(root + "/rules.yml", "w", encoding="utf-8") as rules:
-            rules.write(guide_blocks("yaml")[0])
-        with open(root + "/prometheus.yml", "w", encoding="utf-8") as config:
-            json.dump({"global": {"scrape_interval": "1s", "evaluation_interval": "1s"},
-                       "rule_files": [root + "/rules.yml"],
-                       "scrape_configs": [{"job_name": "node", "static_configs": [
-                           {"targets": [f"127.0.0.1:{exporter}"]}]}]}, config)
+        pathlib.Path(root, "rules.yml").write_text(guide_blocks("yaml")[0], encoding="utf-8")
+        pathlib.Path(root, "prometheus.yml").write_text(json.dumps({
+            "global": {"scrape_interval": "1s", "evaluation_interval": "1s"},
+            "rule_files": [root + "/rules.yml"],
+            "scrape_configs": [{"job_name": "node", "static_configs": [
+                {"targets": [f"127.0.0.1:{exporter}"]}]}]}), encoding="utf-8")
         self.children = [subprocess.Popen(command, stdout=subprocess.DEVNULL,
                                           stderr=subprocess.DEVNULL) for command in (
             ["prometheus-node-exporter", "--collector.disable-defaults", "--collector.textfile",
@@ -55,11 +54,10 @@ class Server:
             child.wait(30)
         self.folder.cleanup()
 
-    def show(self, report):
-        path = self.folder.name + "/metrics/gpuprobe.prom"
-        with open(path + ".new", "w", encoding="utf-8") as file:
-            file.write(form("prometheus", report))
-        os.rename(path + ".new", path)
+    def show(self, state):
+        path = pathlib.Path(self.folder.name, "gpuprobe.prom")
+        path.write_text(form("prometheus", state), encoding="utf-8")
+        path.rename(path.parent / "metrics" / path.name)
 
     def ask(self, query, until=len):
         """The labels of what a query gives, as soon as they are what is waited for."""
@@ -89,11 +87,10 @@ def promtool_likes_every_state():
 def prometheus_scrapes_and_answers():
     with Server() as server:
         server.show("healthy")
-        report = json.loads(form("json", "healthy"))
-        memory = server.ask("gpuprobe_gpu_memory_bytes")
-        assert {(one["api"], one["gpu"], int(one["value"])) for one in memory} == {
-            (api, str(index), gpu["memory_bytes"]) for api in ("opengl", "opencl")
-            for index, gpu in enumerate(report[api]["gpus"])}
+        memory = {(one["api"], one["gpu"], int(one["value"]) >> 20)
+                  for one in server.ask("gpuprobe_gpu_memory_bytes")}
+        assert memory == {("opengl", "0", 2048), ("opengl", "1", 2048),
+                          ("opencl", "0", 1536), ("opencl", "1", 1536)}, memory
         assert server.ask("ALERTS", lambda found: True) == []
 
         server.show("crashed")
@@ -111,15 +108,15 @@ def prometheus_scrapes_and_answers():
 
 def what_the_guide_shows_is_valid():
     rules, *objects = guide_blocks("yaml")
+    files = {"rules.yml": rules, "alerts.yml": read("tests/gpureport/alerts.yml"),
+             **dict(zip(("gpureport.service", "gpureport.timer"), guide_blocks("ini")))}
     with tempfile.TemporaryDirectory() as folder:
-        rule_tests, *units = [f"{folder}/{name}" for name in (
-            "alerts.yml", "gpureport.service", "gpureport.timer")]
-        for path, text in zip([folder + "/rules.yml"] + units, [rules] + guide_blocks("ini")):
-            with open(path, "w", encoding="utf-8") as file:
-                file.write(text.replace("/usr/bin/gpureport", "/bin/true"))
-        shutil.copy(ROOT + "/tests/gpureport/alerts.yml", rule_tests)
-        said("promtool", "test", "rules", rule_tests)
-        assert folder not in said("systemd-analyze", "verify", "--man=no", *units)
+        for name, text in files.items():
+            pathlib.Path(folder, name).write_text(
+                text.replace("/usr/bin/gpureport", "/bin/true"), encoding="utf-8")
+        said("promtool", "test", "rules", folder + "/alerts.yml")
+        assert folder not in said("systemd-analyze", "verify", "--man=no",
+                                  folder + "/gpureport.service", folder + "/gpureport.timer")
     assert [yaml.safe_load(text)["kind"] for text in objects] == ["DaemonSet", "Pod"]
 
 

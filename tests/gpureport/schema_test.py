@@ -1,7 +1,9 @@
 #!/usr/bin/env python3
 """Every JSON of gpureport is what its schema says, and the schema says all that it has."""
 import copy
+import functools
 import json
+import operator
 import subprocess
 
 import jsonschema
@@ -37,10 +39,7 @@ def what_is_wrong_is_not_valid():
             ("opengl", "gpus", {}), ("tool", "version", 1), (*gpu, "memory_bytes", "2 GiB"),
             (*gpu, "vendor_id", "10de"), (*gpu, "tag", "gpu0"), (*gpu, "missing", {"name": "?"})):
         bad = json.loads(form("json", "healthy"))
-        place = bad
-        for step in path:
-            place = place[step]
-        place[member] = value
+        functools.reduce(operator.getitem, path, bad)[member] = value
         assert not jsonschema.Draft202012Validator(SCHEMA).is_valid(bad), (path, member)
 
 
