@@ -1,7 +1,8 @@
-// The forms that people and programs read: text, JSON, single values.
+// The forms of a result, and what its values and exit codes are judged by.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstdlib>
 #include <fstream>
 #include <regex>
@@ -13,11 +14,11 @@
 #include "gpureport/JsonForms.h"
 #include "gpureport/Labels.h"
 #include "gpureport/Metrics.h"
+#include "gpureport/Requirement.h"
 #include "gpureport/TextForm.h"
 #include "host/Inspect.h"
 #include "host/Json.h"
 #include "host/Text.h"
-#include "tests/gpureport/Samples.h"
 
 namespace gpureport {
 namespace {
@@ -26,9 +27,23 @@ using host::Reason;
 using host::Value;
 using ::testing::HasSubstr;
 
+std::string fileText(const std::string& name) {
+  std::ifstream file(GPUPROBE_TESTS + name, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// A machine with an OpenGL GPU that answers nearly all, one that does not, and an OpenCL GPU that
+/// crashed twice at CLCompute.
+host::Inspection crashedMachine() {
+  std::string error;
+  const auto machine = host::FromJson(fileText("gpureport/crashed.json"), error);
+  EXPECT_TRUE(machine) << error;
+  return machine.value_or(host::Inspection());
+}
+
 /// A machine whose drivers write the same text everywhere.
 host::Inspection hostileMachine(const std::string& nasty) {
-  host::Inspection machine = test::crashedMachine();
+  host::Inspection machine = crashedMachine();
   for (host::Api* api : {&machine.openGL, &machine.openCL})
     for (host::Gpu& gpu : api->gpus)
       for (host::Answer& answer : gpu.answers)
@@ -50,7 +65,7 @@ std::vector<std::string> linesOf(const std::string& text) {
 
 /// scripts/update-expected rewrites what is expected.
 TEST(Forms, AreAsTheyWereLookedAt) {
-  const host::Inspection machine = test::crashedMachine();
+  const host::Inspection machine = crashedMachine();
   const std::regex style("<style>[^]*</style>"), version("(\"gpureport\",\\s+\"version\": )[^\n]+");
   const std::pair<const char*, std::string> forms[] = {
       {"text80", Text(machine, {80, false})},
@@ -66,7 +81,7 @@ TEST(Forms, AreAsTheyWereLookedAt) {
     const std::string expected = "gpureport/crashed." + std::string(name);
     if (std::getenv("UPDATE_EXPECTED"))
       std::ofstream(GPUPROBE_TESTS + expected, std::ios::binary) << text;
-    EXPECT_EQ(text, test::fileText(expected));
+    EXPECT_EQ(text, fileText(expected));
   }
 }
 
@@ -114,12 +129,11 @@ TEST(Labels, TellWhatIsKnown) {
 }
 
 TEST(Columns, AreThoseOfATerminal) {
-  const struct {
-    const char* text;
-    int columns;
-  } rows[] = {{"abc", 3},          {"\xe5\x9b\xbe", 2}, {"e\xcc\x81", 1}, {"\xf0\x9f\x8e\xae", 2},
-              {"\xef\xbd\xb1", 1}, {"\xef\xbc\xa1", 2}, {"\xc2\xb5s", 2}, {"", 0}};
-  for (const auto& row : rows) EXPECT_EQ(ColumnsOf(row.text), row.columns) << row.text;
+  const std::pair<const char*, int> rows[] = {
+      {"abc", 3},          {"\xe5\x9b\xbe", 2}, {"e\xcc\x81", 1}, {"\xf0\x9f\x8e\xae", 2},
+      {"\xef\xbd\xb1", 1}, {"\xef\xbc\xa1", 2}, {"\xc2\xb5s", 2}, {"", 0}};
+  for (const auto& [text, columns] : rows) EXPECT_EQ(ColumnsOf(text), columns) << text;
+  EXPECT_EQ(Printable("\xe2\x80\xae"), "\xef\xbf\xbd");
   EXPECT_EQ(Wrapped("one two  three", 7), (std::vector<std::string>{"one two", "three"}));
   EXPECT_EQ(Wrapped("abcdefgh i", 3), (std::vector<std::string>{"abc", "def", "gh", "i"}));
   EXPECT_EQ(Wrapped("\xe5\x9b\xbe\xe5\x9b\xbe", 3),
@@ -127,9 +141,9 @@ TEST(Columns, AreThoseOfATerminal) {
 }
 
 TEST(Json, ComesBackTheSame) {
-  const std::string golden = test::fileText("report.golden");
+  const std::string golden = fileText("report.golden");
   for (const host::Inspection& machine :
-       {test::crashedMachine(), hostileMachine("\xff\"\\\n"), host::Inspection{},
+       {crashedMachine(), hostileMachine("\xff\"\\\n"), host::Inspection{},
         host::FromReport(golden), host::FromReport(golden.substr(0, golden.size() / 2)),
         host::FromReport(std::string("\0\xff=1\nglgpu[99].GLName=\"", 23))}) {
     const std::string json = host::ToJson(machine);
@@ -143,7 +157,7 @@ TEST(Json, ComesBackTheSame) {
 }
 
 TEST(Json, WhatIsNoneIsRefused) {
-  const std::string good = host::ToJson(test::crashedMachine());
+  const std::string good = host::ToJson(crashedMachine());
   const auto with = [&](const std::string& old, const std::string& text) {
     std::string json = good;
     EXPECT_NE(json.find(old), std::string::npos) << old;
@@ -172,11 +186,7 @@ std::string got(const host::Inspection& machine, const std::string& key) {
 }
 
 TEST(Fields, ConvertTheReportsUnits) {
-  const struct {
-    const char* line;
-    const char* key;
-    const char* value;
-  } rows[] = {
+  const std::array<const char*, 3> rows[] = {
       {"GLMemoryMB=3", "memory_bytes", "3145728"},
       {"GLMemoryMB=9223372036854775807", "memory_bytes", "failed"},
       {"GLVendorID=32902", "vendor_id", "0x8086"},
@@ -184,7 +194,6 @@ TEST(Fields, ConvertTheReportsUnits) {
       {"GLDriverDate=\"4-19-2026\"", "driver_date", "2026-04-19"},
       {"GLDriverDate=\"20260419000000.000000-000\"", "driver_date", "2026-04-19"},
       {"GLDriverDate=\"Tue Jun  6 22:20:39 UTC 2023\"", "driver_date", "2023-06-06"},
-      {"GLDriverDate=\"2026-04-19\"", "driver_date", "2026-04-19"},
       {"GLDriverDate=\"2-30-2026\"", "driver_date", "2-30-2026"},
       {"GLDriverDate=\"spring 2026\"", "driver_date", "spring 2026"},
   };
@@ -198,7 +207,7 @@ TEST(Fields, ConvertTheReportsUnits) {
 }
 
 TEST(Get, FindsValuesByTheirKeys) {
-  const host::Inspection machine = test::crashedMachine();
+  const host::Inspection machine = crashedMachine();
   const std::pair<const char*, const char*> rows[] = {
       {"opengl[0].memory_bytes", "12884901888"},
       {"opengl[0].name", "Fine \xe5\x9b\xbe\xe5\xbd\xa2 Card 3000"},
@@ -215,6 +224,73 @@ TEST(Get, FindsValuesByTheirKeys) {
   for (const char* key : {"", "opengl[2].name", "opengl[].name", "opengl[0", "opengl[0]..name", "x",
                           "opengl[-1]", "run.status.x", "opengl[99999999999999999999]"})
     EXPECT_EQ(got(machine, key), "no such key") << key;
+}
+
+int evaluated(const std::string& text, const host::Inspection& machine) {
+  std::string error;
+  const auto terms = ParseRequirement(text, error);
+  return terms ? Evaluate(*terms, machine) : kUsage;
+}
+
+/// An old discrete card with much memory and a new integrated one with little.
+constexpr const char* kTwoCards = R"(NumGLGPUs=2
+glgpu[0].GLVersion="2.1"
+glgpu[0].GLMemoryMB=8192
+glgpu[0].IsIntegratedGLGPU=0
+glgpu[1].GLVersion="4.1"
+glgpu[1].glGetString[GL_SHADING_LANGUAGE_VERSION]="4.50"
+glgpu[1].GLMemoryMB=512
+glgpu[1].IsIntegratedGLGPU=1
+glgpu[1].GLFrameBufferOK=0
+NumCLGPUs=0
+snifferEnd="now"
+)";
+
+TEST(Require, IsMetByOneGpu) {
+  const std::pair<const char*, int> rows[] = {
+      {"opengl>=4.1", 0},
+      {"opengl>=4.5", 0},  // beyond the probe's scale GLSL decides
+      {"opengl>=4.6", 9},
+      {"opengl >= 3, memory >= 0.5GiB", 0},
+      {"opengl>=3.3,memory>=2GiB", 9},  // no card has both
+      {"memory>=8GiB,discrete", 0},
+      {"memory>=8589934593", 9},
+      {"memory>=1TiB", 9},
+      {"framebuffer", 3},  // the new card can't, the old one doesn't say
+      {"opengl>=3.3,framebuffer", 9},
+      {"glsl", 3},
+      {"opencl>=1.0", 9},
+      {"opengl>=2.1,opencl>=1.2", 9},
+      {"", kUsage},
+      {"opengl", kUsage},
+      {"opengl>3", kUsage},
+      {"opengl>=3.3,", 0},
+      {"opengl>=3.3,,discrete", kUsage},
+      {"memory>=2 apples", kUsage},
+      {"memory>=99999999999999TiB", kUsage},
+  };
+  const host::Inspection twoCards = host::FromReport(kTwoCards);
+  for (const auto& [text, code] : rows) EXPECT_EQ(evaluated(text, twoCards), code) << text;
+}
+
+TEST(Require, SaysWhatItCannotTell) {
+  host::Inspection machine = crashedMachine();
+  EXPECT_EQ(evaluated("opengl>=3.3,memory>=2GiB,discrete,glsl,framebuffer", machine), kComplete);
+  EXPECT_EQ(evaluated("opencl>=1.2,memory>=2GiB", machine), kComplete);
+  for (host::Answer& answer : machine.openCL.gpus[0].answers) answer = host::Reason::Hung;
+  EXPECT_EQ(evaluated("opencl>=1.2", machine), kHung);
+  machine.incidents.resize(1);
+  // A platform whose list was lost may have had the GPU that is wanted.
+  machine.incidents[0].gpu.reset();
+  machine.incidents[0].question = "NumCLGPUs Fine";
+  machine.openCL.gpus.clear();
+  EXPECT_EQ(evaluated("opencl>=1.2", machine), kCrashed);
+  EXPECT_EQ(evaluated("opengl>=4.7", machine), kNotMet);
+  machine = host::FromReport("NumGLGPUs=0\n");
+  EXPECT_EQ(evaluated("opencl>=1.2", machine), kUnanswered);
+  machine.status = host::Status::FailedToStart;
+  machine.openGL.gpus.clear();
+  EXPECT_EQ(evaluated("discrete", machine), kNotStarted);
 }
 
 }  // namespace
