@@ -1,7 +1,6 @@
 #!/usr/bin/python3
 """Lets node-exporter and a Prometheus server read gpureport's metrics, and asks the server."""
 import json
-import os
 import pathlib
 import re
 import socket
@@ -32,7 +31,7 @@ class Server:
         self.folder = tempfile.TemporaryDirectory()
         root, exporter, server = self.folder.name, free_port(), free_port()
         self.url = f"http://127.0.0.1:{server}/api/v1/query?query="
-        os.mkdir(root + "/metrics")
+        pathlib.Path(root, "metrics").mkdir()
         pathlib.Path(root, "rules.yml").write_text(guide_blocks("yaml")[0], encoding="utf-8")
         pathlib.Path(root, "prometheus.yml").write_text(json.dumps({
             "global": {"scrape_interval": "1s", "evaluation_interval": "1s"},
