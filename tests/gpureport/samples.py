@@ -7,45 +7,45 @@ import time
 
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 GPUREPORT = os.environ.get("GPUREPORT", ROOT + "/build/linux/bin/gpureport")
-LIBRARY = "/usr/lib/libbad \"driver\"\\.so.1"
 
-with open(ROOT + "/tests/report.golden", "rb") as golden:
-    HEALTHY = golden.read()
+
+def read(name, mode="r"):
+    with open(f"{ROOT}/{name}", mode) as file:  # pylint: disable=unspecified-encoding
+        return file.read()
+
 
 # Texts that a page, a metric or a label must not take at their word.
 HOSTILE_NAMES = [b"<script>document.title='owned'</script>\"><img src=x onerror=alert(1)>'&amp;",
                  b"nul\0 escape\x1b[31m broken\xff\xc3 half\xed\xa0\x80",
                  "\u202eright-to-left مرحبا 🎮\\".encode(), b"A" * (1 << 20)]
-HOSTILE = b"NumGLGPUs=2\nNumCLGPUs=2\n" + b"".join(
-    b'%s.%s="%s"\n' % (tag, key, name)
-    for (tag, key), name in zip([(b"glgpu[0]", b"GLName"), (b"glgpu[1]", b"GLName"),
-                                 (b"clgpu[0]", b"CLName"), (b"clgpu[1]", b"CLName")],
-                                HOSTILE_NAMES)) + b'<i>Key</i>="</style>"\n' * 400
-TORN = HEALTHY[:HEALTHY.index(b"NumCLGPUs")]
-NONE = b'NumGLGPUs=0\nNumNativeGPUs=0\nsnifferEnd="now"\n'
+HEALTHY = read("tests/report.golden", "rb")
+STATES = {
+    "healthy": HEALTHY,
+    "torn": HEALTHY[:HEALTHY.index(b"NumCLGPUs")],
+    "none": b'NumGLGPUs=0\nNumNativeGPUs=0\nsnifferEnd="now"\n',
+    "hostile": b"NumGLGPUs=2\nNumCLGPUs=2\n" + b"".join(
+        b'%s="%s"\n' % pair for pair in zip(
+            [b"glgpu[0].GLName", b"glgpu[1].GLName", b"clgpu[0].CLName", b"clgpu[1].CLName"],
+            HOSTILE_NAMES)) + b'<i>Key</i>="</style>"\n' * 400,
+    "crashed": read("tests/gpureport/crashed.json", "rb"),
+}
+CRASHED = json.loads(STATES["crashed"])
 
 
-def form(name, report):
-    """What gpureport makes of a report or a JSON; its exit code tells the report's status."""
-    done = subprocess.run([GPUREPORT, "--from", "-", "--format", name], input=report,
+def form(name, state):
+    """What gpureport makes of a sample; its exit code tells the sample's status."""
+    done = subprocess.run([GPUREPORT, "--from", "-", "--format", name], input=STATES[state],
                           stdout=subprocess.PIPE, check=False, timeout=60)
     assert done.stdout, f"{name}: exit code {done.returncode} and nothing written"
     return done.stdout.decode()
 
 
-def crashed():
-    """A JSON whose first OpenCL GPU lost its measurements to a crash that came twice."""
-    report = json.loads(form("json", HEALTHY))
-    report["run"]["status"] = report["opencl"]["status"] = "crashed"
-    gpu = report["opencl"]["gpus"][0]
-    gpu["copy_bytes_per_second"] = gpu["kernel_seconds"] = None
-    gpu["missing"].update(copy_bytes_per_second="crashed", kernel_seconds="not_reached")
-    report["incidents"] = [{
-        "kind": "crashed", "attempt": attempt, "question": "CLBandwidth", "gpu": "clgpu[0]",
-        "library": LIBRARY, "library_offset": 4096, "package": "bad-driver 1.2-3",
-        "signal": "SIGSEGV", "thread_state": "", "seconds": 0.25, "evidence": "crash_line",
-    } for attempt in (1, 2)]
-    return json.dumps(report).encode()
+def said(*command, **options):
+    """All that a program wrote that must succeed."""
+    done = subprocess.run(command, check=False, timeout=120, stdout=subprocess.PIPE,
+                          **{"stderr": subprocess.STDOUT, **options})
+    assert done.returncode == 0, (command, done.stdout)
+    return done.stdout.decode()
 
 
 def run(*checks):
