@@ -47,7 +47,8 @@ TEST_P(ZooTest, ComesBackByTheDeadlineAndLeavesNothing) {
   EXPECT_EQ(result.out.gap, result.out.dropped ? command.out.cap / 2 : row.out);
   EXPECT_EQ(result.outError, 0);
   EXPECT_GE(result.killedProcesses, row.killedAtLeast);
-  EXPECT_LE(late, machine.allow(150));
+  // A process that goes costs the machine a millisecond or two, more under the sanitizers.
+  EXPECT_LE(late, machine.allow(150 + 3.0 * result.killedProcesses));
   Time last{};
   for (const auto& time : result.entered) last = std::max(last, time.value_or(last));
   const auto entered = [&](AppState state) { return result.entered[static_cast<int>(state)]; };
