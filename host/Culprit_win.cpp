@@ -57,7 +57,7 @@ ThreadPlace readPlace(HANDLE process, HANDLE thread) {
 }
 
 /// Modules of the system that only pass a caller's wait on.
-bool isRuntime(std::string file) {
+bool isRuntime(const std::string& file) {
   std::string name = file.substr(file.find_last_of("\\/") + 1);
   std::transform(name.begin(), name.end(), name.begin(), [](char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
