@@ -6,7 +6,7 @@
 #include <sstream>
 
 #include "gpureport/ExitCode.h"
-#include "gpureport/Labels.h"
+#include "gpureport/Forms.h"
 
 namespace gpureport {
 

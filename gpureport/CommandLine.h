@@ -47,4 +47,10 @@ Wanted ParseCommandLine(const std::vector<std::string>& arguments);
 /// Names of GPUPROBE_SKIP: parted by commas, "%2C" for a comma within a name.
 std::vector<std::string> SkipNames(const std::string& list);
 
+/// gpureport [show]: asks or reads, shows, and answers the exit code.
+int Show(const ShowOptions& options);
+
+/// gpureport guard, likewise.
+int Guard(const GuardOptions& options);
+
 }  // namespace gpureport

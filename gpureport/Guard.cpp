@@ -2,10 +2,10 @@
 #include <chrono>
 
 #include "gpureport/Columns.h"
+#include "gpureport/CommandLine.h"
 #include "gpureport/ExitCode.h"
 #include "gpureport/JsonForms.h"
 #include "gpureport/Platform.h"
-#include "gpureport/Show.h"
 
 namespace gpureport {
 

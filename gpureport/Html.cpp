@@ -1,11 +1,10 @@
-#include "gpureport/Html.h"
+#include "gpureport/Forms.h"
 
 #include <algorithm>
 #include <cstdio>
 
 #include "gpureport/Card.h"
 #include "gpureport/Markup.h"
-#include "gpureport/PageStyle.h"
 #include "gpureport/Values.h"
 
 namespace gpureport {

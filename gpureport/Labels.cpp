@@ -1,4 +1,4 @@
-#include "gpureport/Labels.h"
+#include "gpureport/Forms.h"
 
 #include <algorithm>
 #include <chrono>

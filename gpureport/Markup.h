@@ -13,6 +13,9 @@ namespace gpureport {
 /// Of what is shown, in bytes; the longest honest names and messages have half of it.
 inline constexpr std::size_t kLongestText = 400;
 
+/// The style sheet, Page.css.
+extern const char kPageStyle[];
+
 /// For content and for quoted attributes; what Printable() replaces is replaced.
 std::string Escaped(const std::string& text);
 

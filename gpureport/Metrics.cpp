@@ -1,4 +1,4 @@
-#include "gpureport/Metrics.h"
+#include "gpureport/Forms.h"
 
 #include <algorithm>
 #include <chrono>

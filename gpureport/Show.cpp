@@ -1,4 +1,4 @@
-#include "gpureport/Show.h"
+#include "gpureport/CommandLine.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -6,14 +6,11 @@
 
 #include "gpureport/Columns.h"
 #include "gpureport/ExitCode.h"
-#include "gpureport/Html.h"
+#include "gpureport/Forms.h"
 #include "gpureport/JsonForms.h"
-#include "gpureport/Labels.h"
-#include "gpureport/Metrics.h"
 #include "gpureport/Platform.h"
 #include "gpureport/Progress.h"
 #include "gpureport/Requirement.h"
-#include "gpureport/TextForm.h"
 #include "host/Inspect.h"
 #include "host/Json.h"
 

@@ -1,4 +1,4 @@
-#include "gpureport/TextForm.h"
+#include "gpureport/Forms.h"
 
 #include <algorithm>
 

@@ -3,7 +3,6 @@
 #include "gpureport/CommandLine.h"
 #include "gpureport/ExitCode.h"
 #include "gpureport/Platform.h"
-#include "gpureport/Show.h"
 
 namespace {
 

@@ -10,12 +10,9 @@
 
 #include "gpureport/Columns.h"
 #include "gpureport/ExitCode.h"
-#include "gpureport/Html.h"
+#include "gpureport/Forms.h"
 #include "gpureport/JsonForms.h"
-#include "gpureport/Labels.h"
-#include "gpureport/Metrics.h"
 #include "gpureport/Requirement.h"
-#include "gpureport/TextForm.h"
 #include "host/Inspect.h"
 #include "host/Json.h"
 #include "host/Text.h"
