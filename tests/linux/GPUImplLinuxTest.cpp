@@ -42,6 +42,7 @@ TEST(GPUImplLinux, SoftwareRendererHasNoIdentity) {
   gl.version = "3.3 (Compatibility Profile) Mesa 22.3.6";
   gl.strings = {{GL_RENDERER, "llvmpipe (LLVM 15)"}, {GL_VENDOR, "NVIDIA Corporation"}};
   gl.integers[0x9047] = 1 << 20;
+  gl.extensions = {"GL_NVX_gpu_memory_info"};
   LogCapture log;
   // The card's own device draws in software as well.
   const GPUList gpus = GPUImplLinux(tree.root()).DoGetGPUs();
