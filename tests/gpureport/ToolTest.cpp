@@ -109,8 +109,7 @@ TEST_F(Tool, AFileIsThereAsAWhole) {
 TEST_F(Tool, GuardEndsAsItsProgram) {
   const std::string zoo = beside("zoo");
   const bool windows = std::string(ProbeName()) == "gpuprobe.exe";
-  const Arguments crash =
-      windows ? Arguments{zoo, "raise", "C0000005"} : Arguments{zoo, "overflow"};
+  const Arguments crash{zoo, "raise", windows ? "C0000005" : "11"};
   const std::string crashed = windows ? "0xC0000005 access violation" : "exit code 139";
   const struct {
     Arguments options;
