@@ -41,10 +41,12 @@ enum class Call {
 /// Asked before each call: 0 lets it go ahead, else it fails with this code of the system. Null
 /// (the default) lets all go ahead. Any thread.
 using CallFault = int (*)(Call);
-void setCallFault(CallFault fault);
 
 namespace detail {
-extern std::atomic<CallFault> callFault;
+inline std::atomic<CallFault> callFault{nullptr};
+}
+inline void setCallFault(CallFault fault) {
+  detail::callFault = fault;
 }
 
 /// errno or GetLastError().
