@@ -1,12 +1,21 @@
 add_library(gpuprobe_flags INTERFACE)
 target_compile_options(gpuprobe_flags INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion
                                                 -Wnon-virtual-dtor -Werror)
+# A folder's sources are then one, in which their own names meet.
+if(CMAKE_UNITY_BUILD)
+  target_compile_options(gpuprobe_flags INTERFACE -Wno-shadow -Wno-subobject-linkage)
+endif()
 target_link_libraries(gpuprobe_flags INTERFACE Threads::Threads)
+# The same bytes wherever the tree lies; the log's lines name files from the tree's root.
+target_compile_options(gpuprobe_flags INTERFACE -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
 # Includes name their folder: "log/Clock.h".
 target_include_directories(gpuprobe_flags INTERFACE ${PROJECT_SOURCE_DIR})
 if(GPUPROBE_SANITIZE)
-  target_compile_options(gpuprobe_flags INTERFACE -fsanitize=address,undefined
-                                                  -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  # A third of the time to compile would go into checks of each pointer: what they find crashes in the
+  # address sanitizer too, or is a read that our processors do.
+  target_compile_options(gpuprobe_flags INTERFACE
+    -fsanitize=address,undefined -fno-sanitize=null,alignment,vptr
+    -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(gpuprobe_flags INTERFACE -fsanitize=address,undefined)
 endif()
 if(GPUPROBE_TSAN)
@@ -42,9 +51,18 @@ function(gpuprobe_layer name)
   endforeach()
 endfunction()
 
-# gpuprobe_resources(<program> <description>): on Windows the program's version, description and
-# manifest.
+# gpuprobe_portable(<program or library>): a portable build's carries what it uses of the C++ library.
+# libgcc_s stays shared: an exception that passes through a driver's code and ours needs one unwinder.
+function(gpuprobe_portable target)
+  if(GPUPROBE_PORTABLE)
+    target_link_options(${target} PRIVATE -static-libstdc++ -Wl,--gc-sections)
+  endif()
+endfunction()
+
+# gpuprobe_resources(<program> <description>): the description for the manual page; on Windows also
+# the program's version, description and manifest.
 function(gpuprobe_resources PROGRAM DESCRIPTION)
+  set_target_properties(${PROGRAM} PROPERTIES GPUPROBE_DESCRIPTION ${DESCRIPTION})
   if(NOT WIN32)
     return()
   endif()

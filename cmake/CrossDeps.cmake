@@ -1,14 +1,14 @@
-# What a Linux machine's packages provide to the cross-build, under the names that find_package
+# What a Linux machine's packages provide to the cross-builds, under the names that find_package
 # gives it elsewhere: Boost::headers, Boost::filesystem, GTest::gtest, ::gmock, ::gtest_main.
-# scripts/fetch-windows-deps fills build/deps. Warnings in these sources are not ours.
+# scripts/fetch-cross-deps fills build/deps. Warnings in these sources are not ours.
 
 set(DEPS ${CMAKE_CURRENT_LIST_DIR}/../build/deps)
 if(NOT EXISTS ${DEPS}/boost-filesystem/complete)
-  message(FATAL_ERROR "build/deps is missing: run scripts/fetch-windows-deps")
+  message(FATAL_ERROR "build/deps is missing: run scripts/fetch-cross-deps")
 endif()
 
-# The folders hold nothing but boost/, CL/, CLI/ and nlohmann/: /usr/include itself would bring in the host's C
-# library.
+# The folders hold nothing but boost/, CL/, CLI/ and nlohmann/: /usr/include itself would bring in
+# the host's C library.
 add_library(opencl_headers INTERFACE)
 target_include_directories(opencl_headers SYSTEM INTERFACE ${DEPS}/opencl-include)
 add_library(boost_headers INTERFACE)
@@ -18,6 +18,11 @@ add_library(host_headers INTERFACE)
 target_include_directories(host_headers SYSTEM INTERFACE ${DEPS}/host-include)
 # Every layer takes them from the compiler's own path elsewhere.
 target_link_libraries(gpuprobe_flags INTERFACE boost_headers opencl_headers host_headers)
+if(NOT WIN32)
+  add_library(egl_headers INTERFACE)
+  target_include_directories(egl_headers SYSTEM INTERFACE ${DEPS}/egl-include)
+  target_link_libraries(gpuprobe_flags INTERFACE egl_headers)
+endif()
 
 # Which sources there are differs between releases of Boost.
 file(GLOB BOOST_FILESYSTEM_SOURCES CONFIGURE_DEPENDS ${DEPS}/boost-filesystem/src/*.cpp)
@@ -25,10 +30,15 @@ add_library(boost_filesystem STATIC EXCLUDE_FROM_ALL ${BOOST_FILESYSTEM_SOURCES}
 target_compile_definitions(boost_filesystem PUBLIC BOOST_FILESYSTEM_STATIC_LINK=1
                                             PRIVATE BOOST_FILESYSTEM_SOURCE
                                                     BOOST_FILESYSTEM_NO_CXX20_ATOMIC_REF)
-target_compile_options(boost_filesystem PRIVATE -w)
+target_compile_options(boost_filesystem PRIVATE -w -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
 target_link_libraries(boost_filesystem PUBLIC boost_headers)
+# Its sources apart, so that a program takes those that it needs, and no library for the others.
+set_target_properties(boost_filesystem PROPERTIES UNITY_BUILD OFF)
 add_library(Boost::filesystem ALIAS boost_filesystem)
 
+if(NOT BUILD_TESTING)
+  return()
+endif()
 set(GOOGLETEST /usr/src/googletest)
 function(add_googletest name folder)
   add_library(${name} STATIC EXCLUDE_FROM_ALL ${GOOGLETEST}/${folder}/src/${ARGN})
@@ -43,24 +53,3 @@ add_googletest(gmock googlemock gmock-all.cc)
 target_link_libraries(gtest PUBLIC Threads::Threads)
 target_link_libraries(gtest_main PUBLIC gtest)
 target_link_libraries(gmock PUBLIC gtest)
-
-# gpuprobe_delay_import(<target> <dll> <function>...): what links the target loads the DLL at the
-# first call of one of the functions, not at program start. Some of these DLLs cost more than the
-# rest of a short run. Their tables get sections of their own, see DelayImports.ld.
-set(DELAY_SECTIONS)
-foreach(part 4 5 6 7)
-  list(APPEND DELAY_SECTIONS --rename-section .idata$${part}=.didat$${part},alloc,load,contents,data)
-endforeach()
-add_link_options(-Wl,-T,${CMAKE_CURRENT_LIST_DIR}/DelayImports.ld)
-function(gpuprobe_delay_import target dll)
-  set(base ${CMAKE_CURRENT_BINARY_DIR}/${target}_${dll}_delay)
-  list(JOIN ARGN "\n" functions)
-  file(CONFIGURE OUTPUT ${base}.def CONTENT "LIBRARY ${dll}.dll\nEXPORTS\n@functions@\n" @ONLY)
-  add_custom_command(OUTPUT ${base}.a
-    COMMAND ${CMAKE_DLLTOOL} --def ${base}.def --output-delaylib ${base}.a
-    COMMAND ${CMAKE_OBJCOPY} ${DELAY_SECTIONS} ${base}.a
-    DEPENDS ${base}.def VERBATIM)
-  add_custom_target(${target}_${dll}_delay DEPENDS ${base}.a)
-  add_dependencies(${target} ${target}_${dll}_delay)
-  target_link_libraries(${target} PRIVATE ${base}.a)
-endfunction()
