@@ -5,11 +5,12 @@ import json
 import re
 
 # A run that is to come back has this long: a busy machine is no fault.
-PATIENCE = 60.0
+PATIENCE = 120.0
 
 Case = collections.namedtuple("Case", "front function call action kind once")
 # left: what a run leaves behind, "processes" as (pid, state) and "files".
-Run = collections.namedtuple("Run", "code out err struck ended seconds left")
+# startup: what the system needs to start any program, as Wine does.
+Run = collections.namedtuple("Run", "code out err struck ended seconds left startup")
 # lines: what a healthy run writes; calls: after how many lines each call of a function comes;
 # answers: through gpureport, its JSON.
 Healthy = collections.namedtuple("Healthy", "lines calls answers")
@@ -18,8 +19,10 @@ MEASURED = re.compile(rb"^(sniffer(Start|End)|\w+\[\d+\]\.CL(Bandwidth|Compute))
 LINE = re.compile(rb"^(# .*|[A-Za-z]\w*(\[\d+\])?(\.[^=]+)?=.*)$", re.DOTALL)
 
 
-def has_struck(trace):
-    return trace.exists() and b" struck" in trace.read_bytes()
+def has_struck(trace, fault):
+    """Whether the fault did; others may lead to where it does."""
+    function = fault.split(":")[0].encode()
+    return trace.exists() and b"call " + function + b" struck" in trace.read_bytes()
 
 
 def fault_of(case):
@@ -105,8 +108,10 @@ def judge_code(case, run, healthy, fatal):
 
 
 def judge_rest(case, run, supervised):
-    # A driver's own child is not the probe's to end, but its host's.
-    if run.left["processes"] and (supervised or case.action != "fork"):
+    # A driver's own child is not the probe's to end, but its host's: one that a fault left, or that
+    # a driver such as PoCL had at work when the probe died.
+    drivers_own = case.action == "fork" or run.code < 0
+    if run.left["processes"] and (supervised or not drivers_own):
         yield f"rest: processes {run.left['processes']}"
     if run.left["files"]:
         yield f"rest: files {run.left['files'][:3]}"
@@ -133,10 +138,16 @@ def answers_of(report, api):
     return found
 
 
+def judge_status(run, status):
+    """The report's status and the tool's exit code say the same."""
+    if run.code not in EXIT_CODES[status]:
+        yield f"status: {status}, but exit code {run.code}"
+
+
 def judge_report(case, run, healthy, before, deadline):
     """The same of a run through gpureport. By rule: a fault that strikes once costs its own question,
     or in a stage its API; one in every process leaves the other API, and all earlier answers."""
-    if run.seconds > deadline + 1:
+    if run.seconds > deadline + 1 + run.startup:
         yield f"json: after {run.seconds:.1f} s with a deadline of {deadline:.1f} s"
     try:
         report = json.loads(run.out)
@@ -145,8 +156,7 @@ def judge_report(case, run, healthy, before, deadline):
         return
     yield from judge_rest(case, run, True)
     status = report["run"]["status"]
-    if run.code not in EXIT_CODES[status]:
-        yield f"status: {status}, but exit code {run.code}"
+    yield from judge_status(run, status)
     asked = next((line[len("# asking "):] for line in reversed(text_of(healthy.lines[:before]))
                   if line.startswith("# asking ")), "")
     if run.struck or case.function.endswith("Load"):
@@ -181,7 +191,7 @@ def judge_incident(case, report, asked):
     if incident["question"] != question and not loading:
         yield f"status: at {incident['question']}, not at {question}"
     if word in ("crash", "abort", "stack", "hang", "spin") and not any(
-            part in str(incident["library"]) for part in ("rehearsal/", "OpenCL.dll")):
+            part in str(incident["library"]).lower() for part in ("rehearsal/", "opencl")):
         yield f"culprit: {incident['library']}"
 
 

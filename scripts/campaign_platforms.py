@@ -16,22 +16,37 @@ TWO_CPUS = {"OCL_ICD_VENDORS": "/etc/OpenCL/vendors/pocl.icd", "POCL_DEVICES": "
 class Linux:
     """The probe and its drivers. A front is one API with its real drivers behind the kit, the other
     API absent."""
-    build = ROOT / "build" / "linux"
-    kit = build / "rehearsal"
-    probe = [str(build / "bin" / "gpuprobe")]
-    programs = [build / "bin" / "gpuprobe", kit / "fault.so", kit / "cpu_as_gpu.so",
-                kit / "egl" / "libEGL.so.1"]
-    common = {"GPUPROBE_ANNOUNCE": "1", "MESA_SHADER_CACHE_DISABLE": "true"}
+    kit = ROOT / "build" / "linux" / "rehearsal"
+    # Under the sanitizers what drivers leave behind is theirs.
+    common = {"GPUPROBE_ANNOUNCE": "1", "MESA_SHADER_CACHE_DISABLE": "true", "LSAN_OPTIONS":
+              f"suppressions={ROOT}/tests/drivers.lsan:print_suppressions=0"}
     opengl = {"LD_LIBRARY_PATH": str(kit / "egl")}
     opencl = {"OPENCL_LAYERS": f"{kit}/cpu_as_gpu.so:{kit}/fault.so", **TWO_CPUS}
     fronts = {"opengl": {**opengl, "OCL_ICD_VENDORS": "/none"},
               "opencl": {**opencl, "__EGL_VENDOR_LIBRARY_FILENAMES": "/none"}}
-    report = [str(build / "bin" / "gpureport"), "--format", "json", "--quiet"]
+    # What is called only after other calls went wrong, or by old drivers.
+    old = {"MESA_EXTENSION_OVERRIDE": "-GL_ARB_framebuffer_object", "MESA_GL_VERSION_OVERRIDE": "2.1"}
+    detours = {
+        "detour1": {**fronts["opengl"], **old, "GPUPROBE_FAULT": "eglCreatePbufferSurface:1:error;"
+                    "glGetProgramiv:1:empty;glGetProgramiv:2:garbage=5"},
+        "detour2": {**fronts["opengl"], "GPUPROBE_FAULT":
+                    "glGetShaderiv:1:empty;glGetShaderiv:2:garbage=5"},
+        "detour3": {**fronts["opengl"], "GPUPROBE_FAULT": "eglQueryString:1:null"}}
     # Both APIs, since it is said of each what the other's fault leaves.
     both = {"both": {**opengl, **opencl}}
     # What the process ends with where the driver takes it down.
     fatal = {"crash": {-signal.SIGSEGV}, "abort": {-signal.SIGABRT}, "stack": {-signal.SIGSEGV},
              "thread": {-signal.SIGSEGV}}
+
+    def __init__(self, build):
+        bin_ = ROOT / "build" / build / "bin"
+        self.tool = bin_ / "gpureport"
+        self.probe = [str(bin_ / "gpuprobe")]
+        self.report = [str(self.tool), "--format", "json", "--quiet"]
+        self.programs = [bin_ / "gpuprobe", self.kit / "fault.so", self.kit / "cpu_as_gpu.so",
+                         self.kit / "egl" / "libEGL.so.1"]
+
+    startup = 0.0
 
     def start(self):
         pass
@@ -54,6 +69,8 @@ class Windows(Linux):
     kit = ROOT / "build" / "windows" / "rehearsal"
     wine = "/usr/lib/wine/wine64"
     probe = [wine, str(ROOT / "build" / "windows" / "bin" / "gpuprobe.exe")]
+    tool = ROOT / "build" / "windows" / "bin" / "gpureport.exe"
+    report = [wine, str(tool), "--format", "json", "--quiet"]
     programs = [pathlib.Path(probe[1]), kit / "OpenCL.dll", Linux.kit / "cpu_as_gpu.so"]
     prefix = ROOT / "build" / "campaign" / "wineprefix"
     libraries = ROOT / "build" / "campaign" / "winedlls"
@@ -61,8 +78,12 @@ class Windows(Linux):
               "WINEDLLPATH": str(libraries), "WINEDLLOVERRIDES":
               "mscoree,mshtml=;winedbg.exe=d;opencl=n"}
     fronts = {"opencl": {"OPENCL_LAYERS": str(Linux.kit / "cpu_as_gpu.so"), **TWO_CPUS}}
+    both, detours = fronts, {}
     # The low byte of the exception's number, or of the C library's code.
     fatal = {"crash": {0x05}, "abort": {0x03, 0x09}, "stack": {0xFD}, "thread": {0x05}}
+
+    def __init__(self):
+        pass
 
     def start(self):
         os.environ.pop("DISPLAY", None)
@@ -86,6 +107,10 @@ class Windows(Linux):
             [self.wine, "cmd.exe"], env={**os.environ, **self.common}, stdin=subprocess.PIPE,
             stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, start_new_session=True)
         time.sleep(5)
+        begin = time.monotonic()
+        subprocess.run([*self.report[:2], "--version"], env={**os.environ, **self.common},
+                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, check=True)
+        self.startup = time.monotonic() - begin
 
     def stop(self):
         subprocess.run(["/usr/lib/wine/wineserver64", "-k"], env={**os.environ, **self.common},

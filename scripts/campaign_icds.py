@@ -1,0 +1,91 @@
+"""The machine's real OpenCL drivers, without their hardware: several in one process, in every order."""
+
+import itertools
+import json
+import os
+import pathlib
+import random
+
+from campaign_contract import UNSTEADY, Case, fault_of, judge_rest, judge_status
+from campaign_platforms import Linux
+from campaign_runs import Campaign
+
+VENDORS = pathlib.Path("/etc/OpenCL/vendors")
+# Drivers that can use the processor do, and are taken for GPUs. Platforms come as they are loaded.
+VARIABLES = {"RUSTICL_ENABLE": "llvmpipe", "OCL_ICD_PLATFORM_SORT": "none",
+             "OPENCL_LAYERS": f"{Linux.kit}/cpu_as_gpu.so:{Linux.kit}/fault.so",
+             "POCL_MEMORY_LIMIT": "1", "GPUPROBE_SHORT": "1",
+             "__EGL_VENDOR_LIBRARY_FILENAMES": "/none"}
+
+
+def gpus_of(report):
+    """A text a GPU of OpenCL, without what is measured and where it stands in the list."""
+    return sorted(json.dumps({field: value for field, value in gpu.items()
+                              if field not in UNSTEADY | {"tag", "missing"}}, sort_keys=True)
+                  for gpu in report["opencl"]["gpus"])
+
+
+class IcdCampaign(Campaign):
+    """Contract: together the drivers' GPUs answer what they answer alone; else an incident names
+    one of the drivers, whose GPUs alone are missing. In `Case`, function is the drivers in their
+    order and action how many they are."""
+    section = "icds"
+
+    def __init__(self, options):
+        super().__init__(options)
+        self.supervised = True
+        self.drivers = sorted(path.stem for path in VENDORS.glob("*.icd"))
+
+    def environment(self, front, fault):
+        return {**self.platform.common, **VARIABLES, "OCL_ICD_VENDORS": str(self.folder_of(front))}
+
+    # A busy machine compiles kernels slowly.
+    def limit(self, hangs):
+        return 60.0
+
+    def program(self, supervised, hangs):
+        return super().program(supervised, hangs) + (["--silence", "20"] if supervised else [])
+
+    def folder_of(self, order):
+        """The loader takes a folder's files as they come: on tmpfs, the last made first."""
+        folder = pathlib.Path("/dev/shm") / self.scratch.name / order.replace(",", "-")
+        if not folder.exists():
+            folder.mkdir(parents=True)
+            for name in reversed(order.split(",")):
+                (folder / f"{name}.icd").symlink_to(VENDORS / f"{name}.icd")
+            if os.listdir(folder) != [f"{name}.icd" for name in order.split(",")]:
+                raise SystemExit(f"{folder.parent} doesn't keep the order")
+        return folder
+
+    def look_at_health(self):
+        for driver in self.drivers:
+            run = self.run(driver, supervised=True)
+            self.healthy[driver] = json.loads(run.out)
+
+    def cases(self):
+        orders = [order for count in range(1, len(self.drivers) + 1)
+                  for order in itertools.permutations(self.drivers, count)
+                  if self.options.only in ",".join(order)]
+        random.Random(self.options.seed).shuffle(orders)
+        return [Case("icds", ",".join(order), "1", str(len(order)), "told", False)
+                for order in orders]
+
+    def try_case(self, case):
+        run = self.run(case.function, supervised=True)
+        return {"fault": fault_of(case), "front": case.front, "code": run.code, "seconds": round(run.seconds, 2),
+                "broken": list(self.judge_together(case, run)),
+                "command": f"scripts/campaign icds --only {case.function}"}
+
+    def judge_together(self, case, run):
+        report = json.loads(run.out)
+        yield from judge_rest(case, run, True)
+        if run.seconds > self.limit(False) + 1:
+            yield f"json: after {run.seconds:.1f} s"
+        yield from judge_status(run, report["run"]["status"])
+        found = gpus_of(report)
+        lost = [driver for driver in case.function.split(",")
+                if not set(gpus_of(self.healthy[driver])) <= set(found)]
+        if lost and not report["incidents"]:
+            yield f"answers: nothing is said of the loss of {lost}"
+        if len(lost) > 1:
+            yield f"answers: all of {lost} are lost"

@@ -1,0 +1,346 @@
+"""A campaign: runs of the probe or gpureport with faults, each judged, and what came of them."""
+
+import collections
+import concurrent.futures
+import ctypes
+import hashlib
+import json
+import os
+import pathlib
+import random
+import shlex
+import shutil
+import signal
+import subprocess
+import sys
+import tempfile
+import threading
+import time
+
+from campaign_contract import (PATIENCE, Case, Healthy, Run, comparable, fault_of, has_struck,
+                               judge_probe, judge_report)
+from campaign_platforms import ROOT, Linux, Windows
+
+# What hangs on purpose is ended this long after it was struck.
+HANGS_FOR = 0.3
+
+Action = collections.namedtuple("Action", "text kind")
+# Kinds say what a host may rely on beside the lines before the call:
+#   harmless  the report is that of a healthy run
+#   told      the probe lives: a failing question or another answer, and the code says so
+#   fatal     the driver's signal, if the action is reached
+#   hangs     the process stays until it is ended
+#   leaves    the driver ends the process by itself
+ACTIONS = [
+    Action("error", "told"), Action("error=0x0502", "told"), Action("null", "told"),
+    Action("empty", "told"), Action("garbage=%d", "told"), Action("huge", "told"),
+    Action("throw", "told"), Action("current", "told"),
+    Action("noise", "harmless"), Action("sleep=5", "harmless"), Action("fork", "harmless"),
+    Action("close", "harmless"), Action("chdir", "harmless"), Action("signal", "harmless"),
+    Action("locale", "harmless"), Action("late", "harmless"),
+    Action("crash", "fatal"), Action("abort", "fatal"), Action("stack", "fatal"),
+    Action("thread", "fatal"), Action("exit=0", "leaves"),
+    Action("hang", "hangs"), Action("spin", "hangs"), Action("kernel", "hangs"),
+]
+def become_reaper():
+    """Orphans of a run come to us, so that none is missed."""
+    PR_SET_CHILD_SUBREAPER = 36
+    ctypes.CDLL(None).prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0)
+
+
+def members(session):
+    """The processes of a session, with their states."""
+    found = []
+    for folder in pathlib.Path("/proc").glob("[0-9]*"):
+        try:
+            fields = (folder / "stat").read_text().rsplit(")", 1)[1].split()
+        except OSError:
+            continue
+        if int(fields[3]) == session:
+            found.append((int(folder.name), fields[0]))
+    return found
+
+
+def end_session(session):
+    """Ends what is left of a run; says what there was."""
+    left = members(session)
+    for pid, _ in left:
+        try:
+            os.kill(pid, signal.SIGKILL)
+        except ProcessLookupError:
+            pass
+    for pid, _ in left:
+        try:
+            os.waitpid(pid, 0)
+        except ChildProcessError:
+            pass
+    return left
+
+
+class Campaign:
+    section = ""
+
+    def __init__(self, options):
+        self.options = options
+        through = "-report" if options.report else ""
+        self.folder = ROOT / "build" / "campaign" / ((self.section or options.platform) + through)
+        self.folder.mkdir(parents=True, exist_ok=True)
+        self.scratch = pathlib.Path(tempfile.mkdtemp(prefix="campaign-"))
+        self.platform = Windows() if options.platform == "windows" else Linux(options.build)
+        self.healthy = {}
+        self.deadline = 3.0
+        self.supervised = options.report
+        self.fronts = (self.platform.both if options.report
+                       else {**self.platform.fronts, **self.platform.detours})
+
+    # How a run is started, as variables and as a line to repeat it by hand.
+    def environment(self, front, fault):
+        variables = {**self.platform.common, **self.fronts[front]}
+        if fault:
+            # The new one comes first: it is of a function that the front's own don't touch.
+            variables["GPUPROBE_FAULT"] = ";".join(
+                filter(None, [fault, variables.get("GPUPROBE_FAULT")]))
+        return variables
+
+    def command(self, front, fault, hangs=False):
+        words = [f"{name}={value}" for name, value in self.environment(front, fault).items()]
+        return shlex.join(["env", *words, *self.program(self.supervised, hangs)])
+
+    def program(self, supervised, hangs):
+        if supervised:
+            return [*self.platform.report, "--deadline", f"{self.limit(hangs):.1f}"]
+        return self.platform.probe
+
+    def limit(self, hangs):
+        """A fault that hangs takes all of its deadline; no other one must, however busy the machine."""
+        return self.deadline if hangs else 4 * self.deadline
+
+    def run(self, front, fault="", hangs=False, once=False, supervised=False):
+        place = pathlib.Path(tempfile.mkdtemp(dir=self.scratch))
+        trace, home = place / "trace", place / "home"
+        home.mkdir()
+        out = open(place / "out", "a+b")
+        err = open(place / "err", "a+b")
+        # A healthy run's lines and calls go into one file, in their order.
+        variables = {**os.environ, **self.environment(front, fault), **self.platform.files_in(home),
+                     "POCL_CACHE_DIR": str(self.scratch / "pocl"),
+                     "GPUPROBE_FAULT_TRACE":
+                     self.platform.path(trace if fault or supervised else place / "out")}
+        if once:
+            variables["GPUPROBE_FAULT_ONCE"] = self.platform.path(place / "once")
+        begin = time.monotonic()
+        child = subprocess.Popen(
+            self.program(supervised, hangs), cwd=home, env=variables, stdin=subprocess.DEVNULL, stdout=out,
+            stderr=err, start_new_session=True)
+        ended = self.wait(child, lambda: has_struck(trace, fault), hangs and not supervised)
+        seconds = time.monotonic() - begin
+        left = end_session(child.pid)
+        out.seek(0)
+        err.seek(0)
+        struck = has_struck(trace, fault)
+        files = [str(path.relative_to(home)) for path in home.rglob("*")]
+        result = Run(child.returncode, *(stream.read().replace(b"\r\n", b"\n")
+                                         for stream in (out, err)), struck, ended, seconds,
+                     {"processes": left, "files": files}, self.platform.startup)
+        out.close()
+        err.close()
+        shutil.rmtree(place)
+        return result
+
+    def wait(self, child, struck, hangs):
+        """False when the child had to be ended."""
+        deadline = time.monotonic() + PATIENCE
+        while time.monotonic() < deadline:
+            try:
+                child.wait(0.05 if hangs else max(0.0, deadline - time.monotonic()))
+                return True
+            except subprocess.TimeoutExpired:
+                pass
+            # "thread" and "late" strike, too, but later.
+            if hangs and struck():
+                time.sleep(HANGS_FOR)
+                break
+        alive = child.poll() is None
+        if alive:
+            child.kill()
+        child.wait()
+        return not alive
+
+    def clear(self):
+        for place in (self.scratch, pathlib.Path("/dev/shm") / self.scratch.name):
+            shutil.rmtree(place, ignore_errors=True)
+
+    def look_at_health(self):
+        """What a healthy run writes, and after how many lines each call comes."""
+        for front in self.fronts:
+            run = self.run(front)
+            if run.code != 0:
+                sys.exit(f"the healthy run fails ({run.code}): {self.command(front, '')}\n"
+                         f"{run.err.decode(errors='replace')}")
+            lines, calls = [], collections.defaultdict(list)
+            for line in run.out.decode("latin-1").splitlines(keepends=True):
+                if line.startswith("call "):
+                    calls[line.split()[1]].append(len(lines))
+                else:
+                    lines.append(comparable(line.encode("latin-1")))
+            self.healthy[front] = Healthy(lines, calls, self.healthy_report(front))
+
+    def healthy_report(self, front):
+        if not self.supervised:
+            return None
+        self.deadline = 60.0
+        runs = [self.run(front, supervised=True) for _ in range(3)]
+        if any(run.code != 0 for run in runs):
+            sys.exit(f"the healthy run fails: {self.command(front, '')}\n{runs[0].out.decode()}")
+        # A machine that is busy with us alone answers in a fraction of the deadline.
+        self.deadline = max(3.0, 8 * max(run.seconds for run in runs))
+        return json.loads(runs[0].out)
+
+    def cases(self):
+        pick = random.Random(self.options.seed)
+        every, tried = [], set()
+        for front, (_, calls, _) in self.healthy.items():
+            loads = {"opengl": ["eglLoad"], "opencl": ["clLoad"]}.get(front, ["eglLoad", "clLoad"])
+            functions = dict.fromkeys([*loads, *calls])
+            if front in self.platform.detours:
+                functions = [function for function in functions if function not in tried]
+            tried.update(functions)
+            for function in functions:
+                made = len(calls.get(function, [0]))
+                for action in ACTIONS:
+                    text = action.text % pick.randrange(1, 1000) if "%" in action.text else action.text
+                    if text == "current" and function.startswith("cl"):
+                        continue
+                    wanted = ["1", "*"] + ([str(pick.randrange(2, made + 1))] if made > 1 else [])
+                    if function.endswith("Load"):
+                        # A library that is loaded gives nothing back.
+                        wanted = ["1"] if action.kind != "told" else []
+                    every += [Case(front, function, call, text, action.kind,
+                                   self.supervised and call != "*") for call in wanted]
+        every = [case for case in every if self.options.only in fault_of(case)]
+        if not self.options.quick:
+            pick.shuffle(every)
+            return every
+        # Each action twice, calls by the seed; by the probe alone each function as well.
+        pick.shuffle(every)
+        chosen, functions, actions = [], set(), collections.Counter()
+        for case in every:
+            word = case.action.split("=")[0]
+            is_new = case.function not in functions and not self.supervised
+            if is_new or actions[word] < 2:
+                functions.add(case.function)
+                actions[word] += 1
+                chosen.append(case)
+        return chosen
+
+    def judge(self, case, run):
+        """What of the contract is broken, as texts."""
+        healthy = self.healthy[case.front]
+        number = int(case.call) if case.call.isdigit() else 1
+        made = healthy.calls.get(case.function)
+        before = made[number - 1] if made else 0
+        if self.supervised:
+            return list(judge_report(case, run, healthy, before,
+                                     self.limit(case.kind == "hangs")))
+        return judge_probe(case, run, healthy, before, self.platform.fatal)
+
+    def try_case(self, case):
+        begin = time.monotonic()
+        run = self.run(case.front, fault_of(case), case.kind == "hangs", case.once, self.supervised)
+        broken = self.judge(case, run)
+        return {"fault": fault_of(case), "front": case.front, "kind": case.kind,
+                "code": run.code, "struck": run.struck,
+                "seconds": round(time.monotonic() - begin, 2), "broken": broken,
+                "command": self.command(case.front, fault_of(case), case.kind == "hangs")}
+
+    # The state of a campaign that was cut off.
+    def fingerprint(self):
+        sum_ = hashlib.sha256()
+        own = sorted(pathlib.Path(__file__).parent.glob("campaign*"))
+        report = [self.platform.tool] if self.supervised else []
+        for path in [*self.platform.programs, *report, *filter(pathlib.Path.is_file, own)]:
+            sum_.update(path.read_bytes())
+        return sum_.hexdigest()[:16]
+
+    def execute(self):
+        self.look_at_health()
+        cases = self.cases()[:self.options.runs]
+        state = self.folder / f"{self.options.seed}-{self.fingerprint()}.state"
+        done = {}
+        if self.options.quick:
+            # Short enough to be true every time.
+            state.unlink(missing_ok=True)
+        if state.exists():
+            for line in state.read_text().splitlines():
+                result = json.loads(line)
+                done[result["front"], result["fault"]] = result
+        left = [case for case in cases if (case.front, fault_of(case)) not in done]
+        progress = Progress(len(cases), len(cases) - len(left))
+        deadline = time.monotonic() + 60 * self.options.minutes
+        lock = threading.Lock()
+
+        def one(case):
+            if time.monotonic() > deadline:
+                return
+            result = self.try_case(case)
+            if result["broken"] and not self.options.quick:
+                # Once more alone would hide what happens now and then: it is only noted.
+                result["again"] = self.try_case(case)["broken"]
+            with lock, open(state, "a") as file:
+                file.write(json.dumps(result) + "\n")
+                done[case.front, fault_of(case)] = result
+                progress.step(result)
+
+        with concurrent.futures.ThreadPoolExecutor(self.options.jobs) as pool:
+            for future in [pool.submit(one, case) for case in left]:
+                future.result()
+        progress.end()
+        wanted = [(case.front, fault_of(case)) for case in cases]
+        return self.write([done[key] for key in wanted if key in done], len(cases))
+
+    def write(self, results, planned):
+        broken = [result for result in results if result["broken"]]
+        (self.folder / "campaign.json").write_text(json.dumps({
+            "platform": self.folder.name, "seed": self.options.seed,
+            "quick": self.options.quick, "planned": planned, "runs": len(results),
+            "held": len(results) - len(broken), "results": results}, indent=1) + "\n")
+        table = table_of(results)
+        (self.folder / "table.txt").write_text(table)
+        print(table, end="")
+        for result in broken[:20]:
+            print(f"\n{'; '.join(result['broken'])}\n  {result['command']}")
+        return not broken and len(results) == planned
+
+
+def table_of(results):
+    rows = collections.defaultdict(lambda: [0, 0])
+    for result in results:
+        front, word = result.get("row") or (result["front"],
+                                            result["fault"].rsplit(":", 1)[1].split("=")[0])
+        for key in ((front, word), (front, "all")):
+            rows[key][0] += 1
+            rows[key][1] += bool(result["broken"])
+    lines = ["front   action    runs  held  broken"]
+    for (front, word), (runs, broken) in sorted(rows.items()):
+        lines.append(f"{front:7} {word:8} {runs:5} {runs - broken:5} {broken:7}")
+    return "\n".join(lines) + "\n"
+
+
+class Progress:
+    def __init__(self, total, done):
+        self.total, self.done, self.first, self.broken = total, done, done, 0
+        self.begin = self.last = time.monotonic()
+
+    def step(self, result):
+        self.done += 1
+        self.broken += bool(result["broken"])
+        now = time.monotonic()
+        if now - self.last < (1 if sys.stderr.isatty() else 30):
+            return
+        self.last = now
+        left = (now - self.begin) / (self.done - self.first) * (self.total - self.done)
+        print(f"{self.done} of {self.total}, {self.broken} broken, {left / 60:.0f} min left",
+              end="\r" if sys.stderr.isatty() else "\n", file=sys.stderr, flush=True)
+
+    def end(self):
+        print(f"{self.done} of {self.total} in {time.monotonic() - self.begin:.0f} s", file=sys.stderr)
