@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <charconv>
 #include <stdexcept>
+#include <utility>
+
+#include "rehearsal/Fronts.h"
 
 namespace rehearsal {
 namespace {
@@ -18,16 +21,6 @@ constexpr KnownAction kKnownActions[] = {
     REHEARSAL_ACTIONS(REHEARSAL_ROW)
 #undef REHEARSAL_ROW
 };
-
-#ifdef _WIN32
-constexpr char kListSeparator = ';';
-constexpr const char* kLayerSuffix = ".dll";
-constexpr bool kHasEGL = false;
-#else
-constexpr char kListSeparator = ':';
-constexpr const char* kLayerSuffix = ".so";
-constexpr bool kHasEGL = true;
-#endif
 
 [[noreturn]] void refuse(const std::string& why, std::string_view text) {
   throw std::invalid_argument(why + " in the fault \"" + std::string(text) + '"');
@@ -80,8 +73,9 @@ Fault readFault(std::string_view text) {
   return fault;
 }
 
-bool startsWith(const std::string& text, const char* start) {
-  return text.rfind(start, 0) == 0;
+bool isIn(const Front& front, const Fault& fault) {
+  return std::any_of(front.functions.begin(), front.functions.end(),
+                     [&](std::string_view name) { return fault.Fits(name); });
 }
 
 }  // namespace
@@ -105,19 +99,21 @@ std::vector<Fault> ParseFaults(const std::string& text) {
 std::vector<std::pair<std::string, std::string>> EnvironmentOf(
     const std::string& faults, const std::string& folder,
     const std::function<std::string(const std::string& name)>& variable) {
-  bool opencl = false, opengl = false;
-  for (const Fault& fault : ParseFaults(faults)) {
-    const bool any = fault.function == "*";
-    opencl = opencl || any || startsWith(fault.function, "cl");
-    opengl = opengl || any || startsWith(fault.function, "egl") || startsWith(fault.function, "gl");
-  }
+  const std::vector<Fault> all = ParseFaults(faults);
+  for (const Fault& fault : all)
+    if (std::none_of(Fronts().begin(), Fronts().end(),
+                     [&](const Front& front) { return isIn(front, fault); }))
+      refuse("nothing stands in front of this function here,", fault.function);
   std::vector<std::pair<std::string, std::string>> environment{{"GPUPROBE_FAULT", faults}};
-  const auto putFirst = [&](const std::string& name, const std::string& value) {
-    const std::string present = variable(name);
-    environment.emplace_back(name, present.empty() ? value : value + kListSeparator + present);
-  };
-  if (opencl) putFirst("OPENCL_LAYERS", folder + "/fault" + kLayerSuffix);
-  if (opengl && kHasEGL) putFirst("LD_LIBRARY_PATH", folder + "/egl");
+  for (const Front& front : Fronts()) {
+    if (std::none_of(all.begin(), all.end(),
+                     [&](const Fault& fault) { return isIn(front, fault); }))
+      continue;
+    std::string value = folder + '/' + front.place;
+    const std::string present = variable(front.variable);
+    if (!present.empty()) value.append(1, kListSeparator).append(present);
+    environment.emplace_back(front.variable, std::move(value));
+  }
   return environment;
 }
 

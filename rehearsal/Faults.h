@@ -60,7 +60,7 @@ std::vector<Fault> ParseFaults(const std::string& text);
 /// it: GPUPROBE_FAULT, and in front of what they hold already OPENCL_LAYERS (a fault of "cl..." or
 /// "*") and LD_LIBRARY_PATH (one of "egl...", "gl..." or "*"; not on Windows). `folder` is the
 /// kit's; `variable` tells the present value of one, empty where it has none. Throws what
-/// ParseFaults() throws.
+/// ParseFaults() throws, and the same for a function that none of the system's fronts has.
 std::vector<std::pair<std::string, std::string>> EnvironmentOf(
     const std::string& faults, const std::string& folder,
     const std::function<std::string(const std::string& name)>& variable);

@@ -28,8 +28,8 @@ struct GLFunctions {
 EGLFunctions below;
 
 /// The newest context's, for another one of its kind.
-EGLDisplay display = EGL_NO_DISPLAY;
-EGLConfig config = nullptr;
+EGLDisplay lastDisplay = EGL_NO_DISPLAY;
+EGLConfig lastConfig = nullptr;
 
 struct EGL {
   static inline EGLFunctions next;
@@ -51,9 +51,10 @@ struct EGL {
     return Result{};
   }
   static void LeaveAnotherContext() {
-    if (display == EGL_NO_DISPLAY) return;
-    const EGLContext other = below.eglCreateContext(display, config, EGL_NO_CONTEXT, nullptr);
-    below.eglMakeCurrent(display, EGL_NO_SURFACE, EGL_NO_SURFACE, other);
+    if (lastDisplay == EGL_NO_DISPLAY) return;
+    const EGLContext other =
+        below.eglCreateContext(lastDisplay, lastConfig, EGL_NO_CONTEXT, nullptr);
+    below.eglMakeCurrent(lastDisplay, EGL_NO_SURFACE, EGL_NO_SURFACE, other);
   }
 };
 
@@ -133,8 +134,8 @@ Function functionOrHook(const char* name) {
 
 EGLContext createAndRemember(EGLDisplay on, EGLConfig with, EGLContext share,
                              const EGLint* attributes) {
-  display = on;
-  config = with;
+  lastDisplay = on;
+  lastConfig = with;
   return below.eglCreateContext(on, with, share, attributes);
 }
 

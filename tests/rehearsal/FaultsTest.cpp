@@ -59,6 +59,8 @@ TEST(Faults, PutTheirPartInPlace) {
   EXPECT_EQ(names("glEnd:1:hang"), "GPUPROBE_FAULT=glEnd:1:hang LD_LIBRARY_PATH=/kit/egl ");
   EXPECT_THAT(names("*:1:hang"), AllOf(HasSubstr("OPENCL_LAYERS"), HasSubstr("LD_LIBRARY_PATH")));
 #endif
+  for (const char* unknown : {"clFinish:1:hang;clFinnish:1:hang", "glut*:1:hang"})
+    EXPECT_THROW(names(unknown), std::invalid_argument) << unknown;
 }
 
 }  // namespace
