@@ -1,12 +1,12 @@
 #include "fuzz/Targets.h"
 
-#include <cmath>
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <sstream>
 #include <string>
 
-#include "host/Inspect.h"
-#include "host/ReportReader.h"
+#include "app/GPUSnifferApp.h"
 #include "linux/DRMAdapterDesc.h"
 #include "linux/GPUImplLinux.h"
 #include "linux/PCINames.h"
@@ -15,14 +15,24 @@
 
 namespace {
 
-/// Unlike assert, names the promise in words.
+/// What it would print is counted, and no alarm is set.
+struct QuietApp : GPUSnifferApp {
+  int lines = 0;
+
+  void DoStdout(const std::string&) override { ++lines; }
+  void DoStderr(const std::string&) override { ++lines; }
+  bool HandleOption(const std::string& name, const std::string& value) override {
+    return name == "timeout" || GPUSnifferApp::HandleOption(name, value);
+  }
+};
+
+}  // namespace
+
 void promise(bool kept, const char* text) {
   if (kept) return;
   std::fprintf(stderr, "broken promise: %s\n", text);
   std::abort();
 }
-
-}  // namespace
 
 void FuzzGLVersions(const std::string& text) {
   const std::string driver = DriverVersionFromGLVersion(text);
@@ -59,37 +69,28 @@ void FuzzSysfsNumbers(const std::string& text) {
   promise(text.find(DateOfNVIDIAVersion(text)) <= text.find('\n'), "a date is in the first line");
 }
 
-void FuzzReports(const std::string& text) {
-  struct Read {
-    std::string lines;
-    std::string rest;
-  };
-  const auto readIn = [&text](std::size_t piece) {
-    Read read;
-    host::ReportReader reader([&read](const host::ReportLine& line) {
-      read.lines += std::to_string(static_cast<int>(line.kind));
-      read.lines.append(line.name).append("=").append(line.text).append("\n");
-      promise(!line.question || (line.gpu >= 0 && line.kind == host::ReportLine::Kind::OfGpu),
-              "an answer is of a GPU");
-    });
-    for (std::size_t at = 0; at < text.size(); at += piece) reader.feed(text.substr(at, piece));
-    read.rest = reader.rest();
-    return read;
-  };
-  const Read whole = readIn(text.size() + 1), pieces = readIn(7);
-  promise(whole.lines == pieces.lines && whole.rest == pieces.rest, "pieces change nothing");
-  promise(whole.rest.find('\n') == std::string::npos, "a torn line is one line");
-
-  const host::Inspection result = host::FromReport(text);
-  const bool torn = result.status == host::Status::Torn;
-  promise(torn || text.find("snifferEnd=") != text.npos, "without its end a report is torn");
-  for (const host::Api* api : {&result.openGL, &result.openCL})
-    for (const host::Gpu& gpu : api->gpus)
-      for (const host::Answer& answer : gpu.answers) {
-        const auto* value = std::get_if<host::Value>(&answer);
-        const auto* number = value ? std::get_if<double>(value) : nullptr;
-        promise(!number || std::isfinite(*number), "a number is finite");
-        promise(value || torn || answer != host::Answer(host::Reason::NotReached),
-                "a whole report reaches all");
-      }
+void FuzzOptions(const std::string& text) {
+  ArgumentList arguments;
+  std::istringstream words(text);
+  for (std::string word; std::getline(words, word);) arguments.push_back(word);
+  const ArgumentList given = arguments;
+  QuietApp app;
+  try {
+    app.ParseArgs(arguments);
+  } catch (const GPUSnifferApp::UsageException&) {
+    return;
+  }
+  int printing = 0;
+  ArgumentList known = given;
+  for (const std::string& word : arguments) {
+    const auto left = std::find(known.begin(), known.end(), word);
+    promise(left != known.end(), "what was not understood was given");
+    known.erase(left);
+  }
+  for (const std::string& word : known) {
+    promise(word[0] == '-' && word.find('=') != word.npos, "an option has a value");
+    for (const char* option : {"-stdout=", "-stderr=", "-comment="})
+      printing += word.rfind(option, 0) == 0;
+  }
+  promise(app.lines == printing, "a line for each option that prints one");
 }

@@ -9,6 +9,11 @@ TEST(FuzzCorpus, EveryPromiseIsKept) {
       {"PCIIDs", FuzzPCIIDs},
       {"GLVersions", FuzzGLVersions},
       {"Reports", FuzzReports},
+      {"Json", FuzzJson},
+      {"Faults", FuzzFaults},
+      {"Options", FuzzOptions},
+      {"CommandLines", FuzzCommandLines},
+      {"Quoting", FuzzQuoting},
   };
   for (const auto& [name, target] : targets) {
     int inputs = 0;
