@@ -22,6 +22,7 @@ struct ShowOptions {
   std::string require;              ///< empty for none
   std::string get;                  ///< empty for none
   std::string labelPrefix;
+  std::string rehearse;  ///< faults as in rehearsal/Faults.h; empty for none
   bool quiet = false;
 };
 

@@ -24,17 +24,25 @@ bool ReadWholeFile(const std::string& path, std::string& bytes) {
 }
 
 std::string ReplaceFileBy(const std::string& path, std::string_view bytes) {
-  const fs::path wanted = fs::u8path(path);
-  fs::path beside = wanted.parent_path() / fs::u8path("." + wanted.filename().u8string() + ".new");
+  const fs::path named = fs::u8path(path);
   std::error_code ignored;
+  // What a link leads to is replaced, not the link.
+  const fs::path there = fs::canonical(named, ignored);
+  const fs::path wanted = there.empty() ? named : there;
+  // /dev/null must stay the device that it is.
+  const bool inPlace = fs::is_other(fs::status(wanted, ignored));
+  const fs::path beside =
+      inPlace ? wanted
+              : wanted.parent_path() / fs::u8path("." + wanted.filename().u8string() + ".new");
   std::ofstream file(beside, std::ios::binary | std::ios::trunc);
   file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
   file.close();
   if (!file) {
     const std::string reason = std::strerror(errno);
-    fs::remove(beside, ignored);
+    if (!inPlace) fs::remove(beside, ignored);
     return "cannot write " + path + ": " + reason;
   }
+  if (inPlace) return {};
   std::error_code error;
   fs::rename(beside, wanted, error);
   if (!error) return {};

@@ -75,6 +75,7 @@ int codeOf(const GuardRun& run) {
   if (run.status == Status::Stuck) return kGuardStuck;
   if (run.interrupted) return kInterrupted;
   if (run.status == Status::Hung) return kGuardDeadline;
+  if (run.ending.kind == Ending::Kind::Unknown) return kGuardFailure;
   const int code = static_cast<int>(run.ending.code);
   return run.ending.kind == Ending::Kind::Signalled ? 128 + code : code;
 }

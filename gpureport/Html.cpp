@@ -96,6 +96,8 @@ std::string tilesHtml(const host::Inspection& inspection) {
                       Definition("OpenCL", Counted(inspection.openCL.gpus.size(), "GPU")) +
                       Definition("answers", std::to_string(inspection.answeredQuestions())) +
                       Definition("missing", std::to_string(inspection.unansweredQuestions()));
+  if (inspection.skippedQuestions() > 0)
+    tiles += Definition("not asked", std::to_string(inspection.skippedQuestions()));
   // Nobody knows how long the run behind an existing report took.
   if (inspection.deadlineSeconds) {
     tiles +=
@@ -139,7 +141,7 @@ const char* proof(host::Incident::Evidence evidence) {
 
 std::string incidentHtml(const host::Incident& incident) {
   const std::string library = incident.library.value_or("");
-  const std::string file = library.substr(library.find_last_of("/\\") + 1);
+  const std::string file = LibraryName(incident);
   std::string facts;
   const auto fact = [&facts](const char* name, const std::string& text) {
     facts += text.empty() ? text : Definition(name, Foreign(text));

@@ -5,6 +5,7 @@
 
 #include "gpureport/Columns.h"
 #include "gpureport/Values.h"
+#include "host/Text.h"
 
 namespace gpureport {
 namespace {
@@ -127,11 +128,7 @@ std::string SkipCommand(const host::Incident& incident) {
   if (incident.question.empty() || incident.question == "release") {
     return {};
   }
-  std::string name = AskedAt(incident);
-  for (std::size_t comma = 0; (comma = name.find(',', comma)) != std::string::npos;) {
-    name.replace(comma, 1, "%2C");
-  }
-  return "gpureport --skip '" + name + "'";
+  return "gpureport --skip '" + host::SkipName(AskedAt(incident)) + "'";
 }
 
 const char* Words(host::Reason reason) {
@@ -154,9 +151,9 @@ const char* Words(host::Reason reason) {
   return "";
 }
 
-bool IsLost(host::Reason reason) {
-  return reason == host::Reason::Hung || reason == host::Reason::Crashed ||
-         reason == host::Reason::NotReached || reason == host::Reason::Failed;
+std::string LibraryName(const host::Incident& incident) {
+  const std::string path = incident.library.value_or("");
+  return path.substr(path.find_last_of("/\\") + 1);
 }
 
 }  // namespace gpureport

@@ -47,7 +47,7 @@ std::string SkipCommand(const host::Incident& incident);
 
 /// Why an answer is missing, in words for people.
 const char* Words(host::Reason reason);
-/// Whether a fault took the answer, so that it is missing for no good reason.
-bool IsLost(host::Reason reason);
+/// The file name of the incident's library; empty where none is known.
+std::string LibraryName(const host::Incident& incident);
 
 }  // namespace gpureport

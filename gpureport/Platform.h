@@ -27,7 +27,7 @@ bool WriteBytes(StandardStream stream, std::string_view bytes);
 /// False when it can't be opened or read; "-" is standard input.
 bool ReadWholeFile(const std::string& path, std::string& bytes);
 /// The file is there as a whole or not at all: written under a name beside it that begins with a
-/// dot, then renamed. An empty text, or what went wrong.
+/// dot, then renamed; but a device or a pipe is written to. An empty text, or what went wrong.
 std::string ReplaceFileBy(const std::string& path, std::string_view bytes);
 
 /// Set at the first Ctrl-C (or SIGTERM, SIGHUP) from now on; the second one ends the program.

@@ -86,14 +86,6 @@ Look lookOf(host::Status status) {
   return status == host::Status::Complete ? Look::Good : Look::Bad;
 }
 
-int countOf(const host::Inspection& inspection, host::Reason reason) {
-  std::ptrdiff_t count = 0;
-  for (const host::Api* api : {&inspection.openGL, &inspection.openCL})
-    for (const host::Gpu& gpu : api->gpus)
-      count += std::count(gpu.answers.begin(), gpu.answers.end(), host::Answer(reason));
-  return static_cast<int>(count);
-}
-
 void addHead(const host::Inspection& inspection, Page& page) {
   std::string text = statusText(inspection);
   if (inspection.status == host::Status::FailedToStart) {
@@ -105,8 +97,8 @@ void addHead(const host::Inspection& inspection, Page& page) {
     return Counted(static_cast<std::size_t>(std::max(number, 0)), noun);
   };
   text += ". " + counted(inspection.answeredQuestions(), "answer");
-  const int skipped = countOf(inspection, host::Reason::NotAsked);
-  const int missing = inspection.unansweredQuestions() - skipped;
+  const int skipped = inspection.skippedQuestions();
+  const int missing = inspection.unansweredQuestions();
   if (missing > 0) text += ", " + std::to_string(missing) + " missing";
   if (skipped > 0) text += ", " + std::to_string(skipped) + " not asked";
   if (inspection.deadlineSeconds) text += ", in " + Quantity(inspection.durationSeconds, "seconds");
@@ -116,9 +108,8 @@ void addHead(const host::Inspection& inspection, Page& page) {
 
 std::string deedText(const host::Incident& incident) {
   using Kind = host::Incident::Kind;
-  const std::string library = incident.library.value_or("");
-  std::string text =
-      library.empty() ? "The driver" : library.substr(library.find_last_of("/\\") + 1);
+  std::string text = LibraryName(incident);
+  if (text.empty()) text = "The driver";
   text += incident.kind == Kind::Hung      ? " hung"
           : incident.kind == Kind::Stuck   ? " is stuck"
           : incident.kind == Kind::Crashed ? " crashed"

@@ -54,8 +54,7 @@ void NameCulprit(const ThreadPlace& place, const std::vector<CodeRange>& code, C
 
 // A thread of its own: files of /proc wait for locks of the process, without any limit where the
 // kernel holds the process up.
-Culprit FindCulprit(nkutil::ProcessId process) {
-  constexpr nkutil::Milliseconds kLimit{150};
+Culprit FindCulprit(nkutil::ProcessId process, nkutil::Milliseconds limit) {
   struct Search {
     std::mutex mutex;
     std::condition_variable ended;
@@ -78,7 +77,7 @@ Culprit FindCulprit(nkutil::ProcessId process) {
     return {};
   }
   std::unique_lock<std::mutex> lock(search->mutex);
-  search->ended.wait_for(lock, kLimit, [&] { return search->culprit.has_value(); });
+  search->ended.wait_for(lock, limit, [&] { return search->culprit.has_value(); });
   return search->culprit.value_or(Culprit{});
 }
 

@@ -26,9 +26,9 @@ std::optional<Culprit> ParseCrashLine(std::string_view line);
 
 /// Where a hung process stands, read from outside: the code that its main thread runs or waits in,
 /// or else its nearest caller that is neither the C library nor the system's loader nor the
-/// program. Takes at most 150 ms, and less than 1 ms as a rule. The process runs on afterwards; the
-/// caller keeps it from being anybody else's.
-Culprit FindCulprit(nkutil::ProcessId process);
+/// program. Takes no longer than the limit, and less than 1 ms as a rule. The process runs on
+/// afterwards; the caller keeps it from being anybody else's.
+Culprit FindCulprit(nkutil::ProcessId process, nkutil::Milliseconds limit);
 
 /// The system's package that a file belongs to, with its version: "libpocl2:amd64 3.1-3". None
 /// where nobody knows, or where it is not found out by the deadline.

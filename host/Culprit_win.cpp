@@ -68,26 +68,43 @@ bool isRuntime(const std::string& file) {
   return false;
 }
 
-std::vector<CodeRange> readModules(HANDLE process) {
-  HMODULE modules[1024];
+/// What lies at the address, up to where it is something else. Only code of a library can be at
+/// fault: a stack holds handles of modules and addresses of data, too.
+CodeRange regionAt(HANDLE process, std::uint64_t address, HMODULE program) {
+  CodeRange range;
+  range.begin = address;
+  range.end = address + 1;
+  range.passesOn = true;
+  MEMORY_BASIC_INFORMATION region{};
+  if (!VirtualQueryEx(process, reinterpret_cast<const void*>(address), &region, sizeof region))
+    return range;
+  range.begin = reinterpret_cast<std::uint64_t>(region.BaseAddress);
+  range.end = range.begin + region.RegionSize;
+  range.base = reinterpret_cast<std::uint64_t>(region.AllocationBase);
+  constexpr DWORD kCode =
+      PAGE_EXECUTE | PAGE_EXECUTE_READ | PAGE_EXECUTE_READWRITE | PAGE_EXECUTE_WRITECOPY;
+  const auto module = static_cast<HMODULE>(region.AllocationBase);
+  if (region.Type != MEM_IMAGE || !(region.Protect & kCode) || module == program) return range;
+  wchar_t path[1024];
+  const DWORD length = K32GetModuleFileNameExW(process, module, path, ARRAYSIZE(path));
+  range.file = nkutil::toUtf8({path, length});
+  range.passesOn = length == 0 || isRuntime(range.file);
+  return range;
+}
+
+std::vector<CodeRange> readRegions(HANDLE process, const ThreadPlace& place) {
+  HMODULE modules[1] = {};  // the program is the first
   DWORD bytes = 0;
-  std::vector<CodeRange> code;
-  if (!K32EnumProcessModules(process, modules, sizeof modules, &bytes)) return code;
-  const std::size_t count = std::min<std::size_t>(bytes / sizeof(HMODULE), ARRAYSIZE(modules));
-  for (std::size_t i = 0; i < count; ++i) {
-    MODULEINFO about{};
-    wchar_t path[1024];
-    const DWORD length = K32GetModuleFileNameExW(process, modules[i], path, ARRAYSIZE(path));
-    if (!length || !K32GetModuleInformation(process, modules[i], &about, sizeof about)) continue;
-    CodeRange range;
-    range.base = range.begin = reinterpret_cast<std::uint64_t>(about.lpBaseOfDll);
-    range.end = range.begin + about.SizeOfImage;
-    range.file = nkutil::toUtf8({path, length});
-    // The program itself is the first.
-    range.passesOn = i == 0 || isRuntime(range.file);
-    code.push_back(std::move(range));
-  }
-  return code;
+  K32EnumProcessModules(process, modules, sizeof modules, &bytes);
+  std::vector<std::uint64_t> addresses = place.stack;
+  if (place.counter) addresses.insert(addresses.begin(), *place.counter);
+  std::vector<CodeRange> regions;
+  for (const std::uint64_t address : addresses)
+    if (std::none_of(regions.begin(), regions.end(), [address](const CodeRange& known) {
+          return address >= known.begin && address < known.end;
+        }))
+      regions.push_back(regionAt(process, address, modules[0]));
+  return regions;
 }
 
 }  // namespace
@@ -99,7 +116,7 @@ Culprit FindCulpritOnSystem(nkutil::ProcessId process) {
   const nkutil::WinHandle thread = openMainThread(process);
   if (!handle || !thread) return culprit;
   const ThreadPlace place = readPlace(handle.get(), thread.get());
-  NameCulprit(place, readModules(handle.get()), culprit);
+  NameCulprit(place, readRegions(handle.get(), place), culprit);
   return culprit;
 }
 

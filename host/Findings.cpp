@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "host/Text.h"
+
 namespace host {
 
 namespace {
@@ -53,7 +55,7 @@ void Findings::take(const ReportLine& line) {
       if (!fEnded) takeAnswer(line);
       break;
     case ReportLine::Kind::Unknown:
-      fUnknownKeys.emplace(line.name, line.text);
+      takeUnknown(line);
       break;
     case ReportLine::Kind::Nothing:
       break;
@@ -83,14 +85,15 @@ void Findings::takeRun(const ReportLine& line) {
   fOpenCL.pass();
 }
 
+void Findings::takeUnknown(const ReportLine& line) {
+  fUnknownKeys.emplace(ValidUtf8(line.name), line.text);
+}
+
 void Findings::takeAnswer(const ReportLine& line) {
   ApiFindings& of = api(line.question->gpu);
   of.reach(*line.question, line.gpu);
   Answer* answer = of.answer(*line.question, line.gpu);
-  if (!answer) {
-    fUnknownKeys.emplace(line.name, line.text);
-    return;
-  }
+  if (!answer) return takeUnknown(line);
   const Reason* missing = std::get_if<Reason>(answer);
   if (!missing || *missing == Reason::Unknown || *missing == Reason::Absent) return;
   *answer = line.value;
@@ -114,17 +117,14 @@ std::string Findings::skipList() const {
       api->addSkips(names);
   }
   std::string list;
-  for (std::string& name : names) {
-    for (std::size_t comma; (comma = name.find(',')) != name.npos;) name.replace(comma, 1, "%2C");
-    list.append(list.empty() ? "" : ",").append(name);
-  }
+  for (const std::string& name : names) list.append(list.empty() ? "" : ",").append(SkipName(name));
   return list;
 }
 
-void Findings::conclude(Inspection& result) const {
+void Findings::conclude(Inspection& result) {
   result.openGL = {fOpenGL.status(), fOpenGL.gpus()};
   result.openCL = {fOpenCL.status(), fOpenCL.gpus()};
-  result.unknownKeys = fUnknownKeys;
+  result.unknownKeys = std::move(fUnknownKeys);
 }
 
 bool IsPartial(const Inspection& inspection) {

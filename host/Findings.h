@@ -44,13 +44,14 @@ class Findings {
   /// out until that one is settled: a fault must not use up the other's time.
   std::string skipList() const;
 
-  /// Puts GPUs, statuses and unknown keys there.
-  void conclude(Inspection& result) const;
+  /// Puts GPUs, statuses and unknown keys there. The last call.
+  void conclude(Inspection& result);
 
  private:
   bool waits(const ApiFindings& api) const;
   void takeSkipped(std::string_view name);
   void takeRun(const ReportLine& line);
+  void takeUnknown(const ReportLine& line);
   void takeAnswer(const ReportLine& line);
 
   const Report fReport;

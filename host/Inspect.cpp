@@ -1,11 +1,11 @@
 #include "host/Inspect.h"
 
 #include <algorithm>
-#include <deque>
 
 #include "host/Culprit.h"
 #include "host/DriverSelection.h"
 #include "host/Findings.h"
+#include "host/MessageKeeper.h"
 
 namespace host {
 
@@ -18,6 +18,9 @@ using nkutil::Time;
 /// the second while there is time. A busy machine takes its time to end a process.
 constexpr Milliseconds kKillBudget{100};
 constexpr Milliseconds kLongestKill{2000};
+/// For the search of a culprit.
+constexpr Milliseconds kShortestLook{150};
+constexpr Milliseconds kLongestLook{3000};
 /// Between two looks at Options::cancelled.
 constexpr Milliseconds kLook{100};
 /// Attempts that were lost without a hint of what to leave out.
@@ -29,56 +32,6 @@ double seconds(nkutil::Clock::duration time) {
 
 Time plus(Time time, Milliseconds wait) {
   return nkutil::kForever - time > wait ? time + wait : nkutil::kForever;
-}
-
-/// The lines of an attempt's standard error: the first and the last ones, since a driver may write
-/// without end.
-class MessageKeeper {
- public:
-  void add(Message message);
-  void moveTo(std::vector<Message>& all);
-  std::optional<Culprit> crash() const;
-
- private:
-  static constexpr std::size_t kKept = 100;
-  static constexpr std::size_t kLongest = 4096;
-  std::vector<Message> fFirst;
-  std::deque<Message> fLast;
-  std::size_t fLost = 0;
-};
-
-void MessageKeeper::add(Message message) {
-  std::string& text = message.text;
-  if (!text.empty() && text.back() == '\r') text.pop_back();
-  if (text.empty()) return;
-  if (text.size() > kLongest) text.resize(kLongest);
-  if (fFirst.size() < kKept) {
-    fFirst.push_back(std::move(message));
-    return;
-  }
-  fLast.push_back(std::move(message));
-  if (fLast.size() <= kKept) return;
-  fLast.pop_front();
-  ++fLost;
-}
-
-/// The crash line is the last that the probe itself writes; what watches it may add some.
-std::optional<Culprit> MessageKeeper::crash() const {
-  for (auto message = fLast.rbegin(); message != fLast.rend(); ++message)
-    if (auto culprit = ParseCrashLine(message->text)) return culprit;
-  for (auto message = fFirst.rbegin(); message != fFirst.rend(); ++message)
-    if (auto culprit = ParseCrashLine(message->text)) return culprit;
-  return std::nullopt;
-}
-
-void MessageKeeper::moveTo(std::vector<Message>& all) {
-  std::move(fFirst.begin(), fFirst.end(), std::back_inserter(all));
-  if (fLost > 0) {
-    const Message& next = fLast.front();
-    all.push_back({next.attempt, next.question,
-                   "(" + std::to_string(fLost) + " lines of standard error left out)"});
-  }
-  std::move(fLast.begin(), fLast.end(), std::back_inserter(all));
 }
 
 /// One inspection.
@@ -104,7 +57,7 @@ class Supervision {
   bool isCancelled() const { return fOptions.cancelled && *fOptions.cancelled; }
   Milliseconds patience() const;
   /// Until when the probe may be silent.
-  Time limit() const { return std::min(plus(fLastLine, patience()), fEnd); }
+  Time limit() const { return std::min(plus(fLastLine, fPatience), fEnd); }
   nkutil::Command command() const;
   bool attempt();
   bool kill(nkutil::ConsoleApp& app);
@@ -112,6 +65,7 @@ class Supervision {
   void readRest(nkutil::ConsoleApp& app);
   void take(const nkutil::Line& line);
   Incident newIncident(Incident::Kind kind) const;
+  Milliseconds timeToLook() const;
   Incident endHung(nkutil::ConsoleApp& app);
   std::optional<Incident> incidentOf(const nkutil::Ending& ending) const;
   bool learnFrom(const Incident& incident, const std::string& asked);
@@ -131,6 +85,7 @@ class Supervision {
   // Of the attempt that runs:
   Time fAskedAt{};
   Time fLastLine{};
+  Milliseconds fPatience{};  ///< with what was asked last
   MessageKeeper fMessages;
 };
 
@@ -187,6 +142,7 @@ bool Supervision::attempt() {
     return false;
   }
   fAskedAt = fLastLine = fLauncher.now();
+  fPatience = patience();
   const Stop stop = read(*app);
   std::optional<Incident> incident;
   if (stop == Stop::Cancelled) {
@@ -252,6 +208,7 @@ void Supervision::take(const nkutil::Line& line) {
   fFindings.take(read);
   if (read.kind != ReportLine::Kind::Asking) return;
   fAskedAt = fLastLine;
+  fPatience = patience();
   if (fOptions.onAsking) fOptions.onAsking(fFindings.asked(), fResult.attempts);
 }
 
@@ -278,6 +235,12 @@ void nameLibrary(Incident& incident, const Culprit& culprit) {
   incident.evidence = culprit.evidence;
 }
 
+/// A busy machine gets a part of the time that is left: the other attempts need the rest.
+Milliseconds Supervision::timeToLook() const {
+  const auto left = std::chrono::duration_cast<Milliseconds>(fEnd - fLauncher.now());
+  return std::clamp(left / 8, kShortestLook, kLongestLook);
+}
+
 Incident Supervision::endHung(nkutil::ConsoleApp& app) {
   Incident incident = newIncident(Incident::Kind::Hung);
   // A scripted program has a number, too, but no process.
@@ -285,7 +248,7 @@ Incident Supervision::endHung(nkutil::ConsoleApp& app) {
   if (fOptions.findCulprit)
     nameLibrary(incident, fOptions.findCulprit(app.id()));
   else if (isProcess)
-    nameLibrary(incident, FindCulprit(app.id()));
+    nameLibrary(incident, FindCulprit(app.id(), timeToLook()));
   if (!kill(app)) incident.kind = Incident::Kind::Stuck;
   return incident;
 }
@@ -372,7 +335,7 @@ bool Supervision::hasCost(const Incident& incident) const {
   if (number >= gpus.size()) return true;
   const auto index = static_cast<std::size_t>(asked.question - FirstQuestion(asked.api));
   const Reason* reason = std::get_if<Reason>(&gpus[number].answers[index]);
-  return reason && *reason != Reason::Unknown && *reason != Reason::Absent;
+  return reason && IsLost(*reason);
 }
 
 Status Supervision::status() const {

@@ -33,8 +33,18 @@ int Inspection::answeredQuestions() const {
 int Inspection::unansweredQuestions() const {
   return countAnswers(*this, [](const Answer& answer) {
     const Reason* reason = std::get_if<Reason>(&answer);
-    return reason && *reason != Reason::Unknown && *reason != Reason::Absent;
+    return reason && IsLost(*reason);
   });
+}
+
+int Inspection::skippedQuestions() const {
+  return countAnswers(*this,
+                      [](const Answer& answer) { return answer == Answer(Reason::NotAsked); });
+}
+
+bool IsLost(Reason reason) {
+  return reason == Reason::Hung || reason == Reason::Crashed || reason == Reason::NotReached ||
+         reason == Reason::Failed;
 }
 
 // In the order of the enumerators.

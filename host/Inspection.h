@@ -102,13 +102,18 @@ struct Inspection {
   Api openGL;
   Api openCL;
   std::vector<Message> messages;
-  std::map<std::string, std::string> unknownKeys;
-  std::string startError;  ///< for FailedToStart: one line that says why
+  std::map<std::string, std::string> unknownKeys;  ///< the keys in UTF-8
+  std::string startError;                          ///< for FailedToStart: one line that says why
 
   int answeredQuestions() const;
-  /// Missing answers but those that are unknown or absent.
+  /// Missing answers that IsLost().
   int unansweredQuestions() const;
+  /// Answers that were left out by request.
+  int skippedQuestions() const;
 };
+
+/// Whether a fault took the answer, so that it is missing for no good reason.
+bool IsLost(Reason reason);
 
 /// Words of the JSON, "not_reached" and the like; the enumerators' names in snake case.
 const char* name(Reason reason);

@@ -101,14 +101,12 @@ Json messagesJson(const std::vector<Message>& messages) {
   return array;
 }
 
-/// Two keys may become one when their bytes are replaced; the last one stays.
 Json unknownKeysJson(const std::map<std::string, std::string>& keys) {
-  std::map<std::string, std::string> valid;
-  for (const auto& [key, value] : keys) valid[ValidUtf8(key)] = value;
   // An ordered object looks for its keys from the front each time; this has too many for that.
   Json object = Json::object();
   auto& members = object.get_ref<Json::object_t&>();
-  for (auto& [key, value] : valid) members.Json::object_t::Container::emplace_back(key, value);
+  members.reserve(keys.size());
+  for (const auto& [key, value] : keys) members.Json::object_t::Container::emplace_back(key, value);
   return object;
 }
 

@@ -77,7 +77,13 @@ std::chrono::system_clock::time_point readTime(std::string iso) {
   iso.pop_back();
   const auto since = boost::posix_time::from_iso_extended_string(iso) -
                      boost::posix_time::ptime(boost::gregorian::date(1970, 1, 1));
-  return std::chrono::system_clock::time_point(std::chrono::seconds(since.total_seconds()));
+  // The clock ends in 2262.
+  const std::chrono::seconds seconds(since.is_special() ? -1 : since.total_seconds());
+  using std::chrono::system_clock;
+  if (seconds < std::chrono::seconds(0) ||
+      seconds > std::chrono::duration_cast<std::chrono::seconds>(system_clock::duration::max()))
+    refuse("created_at");
+  return system_clock::time_point(seconds);
 }
 
 std::optional<Value> readValue(protocol::Kind kind, Field::Conversion conversion,

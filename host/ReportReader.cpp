@@ -3,7 +3,10 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstdio>
 #include <cstring>
+#include <locale>
+#include <sstream>
 
 namespace host {
 
@@ -16,13 +19,23 @@ bool startsWith(std::string_view text, std::string_view start) {
   return text.substr(0, start.size()) == start;
 }
 
-/// The whole text as a number.
-template <class Number>
-std::optional<Number> parse(std::string_view text) {
-  Number number{};
+/// The whole text as an integer.
+template <class Integer>
+std::optional<Integer> parse(std::string_view text) {
+  Integer number = 0;
   const char* end = text.data() + text.size();
   const auto [stop, error] = std::from_chars(text.data(), end, number);
   if (error != std::errc() || stop != end) return std::nullopt;
+  return number;
+}
+
+/// The whole text as a number, whatever the locale. Release 10 of the C++ library has no from_chars
+/// for it.
+std::optional<double> parseNumber(std::string_view text) {
+  std::istringstream stream{std::string(text)};
+  stream.imbue(std::locale::classic());
+  double number = 0;
+  if (!(stream >> std::noskipws >> number) || stream.peek() != EOF) return std::nullopt;
   return number;
 }
 
@@ -57,7 +70,7 @@ Answer readValue(protocol::Kind kind, std::string_view text) {
       return Value(*number);
     }
     case protocol::Kind::Number: {
-      const auto number = parse<double>(text);
+      const auto number = parseNumber(text);
       if (!number || !std::isfinite(*number)) return Reason::Failed;
       return Value(*number);
     }

@@ -48,6 +48,11 @@ std::string ValidUtf8(std::string_view text) {
   return valid;
 }
 
+std::string SkipName(std::string name) {
+  for (std::size_t comma; (comma = name.find(',')) != name.npos;) name.replace(comma, 1, "%2C");
+  return name;
+}
+
 std::string UtcTime(std::chrono::system_clock::time_point time) {
   using Days = std::chrono::duration<std::int64_t, std::ratio<86400>>;
   const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(time.time_since_epoch());

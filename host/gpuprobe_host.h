@@ -1,6 +1,6 @@
 /* What graphics hardware this machine has, for hosts in any language: the probe is run as a child
    process and supervised, and its report comes back as JSON. Link libgpuprobe-host.so.1, or
-   gpuprobe-host.dll. */
+   gpuprobe-host.dll; with the static library define GPUPROBE_HOST_STATIC on Windows. */
 #ifndef GPUPROBE_HOST_H
 #define GPUPROBE_HOST_H
 
@@ -10,6 +10,8 @@ extern "C" {
 
 #if !defined(_WIN32)
 #define GPUPROBE_HOST_API __attribute__((visibility("default")))
+#elif defined(GPUPROBE_HOST_STATIC)
+#define GPUPROBE_HOST_API
 #elif defined(GPUPROBE_HOST_EXPORTS)
 #define GPUPROBE_HOST_API __declspec(dllexport)
 #else

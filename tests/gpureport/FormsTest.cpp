@@ -93,11 +93,11 @@ TEST(Forms, StayWhatTheyAreWhateverADriverWrites) {
   for (const std::string& nasty :
        {"\x1b[31m\xe2\x80\xae\x07 red\xff\xed\xa0\x80\r\n\t" + std::string(300, 'W') +
             std::string("\0", 1) + "\xe5\x9b\xbe",
-        "<script>\"'&amp;\\</style>\n\xff" + std::string(1 << 16, 'x'),
-        std::string(62, 'a') + "(b)", std::string(62, 'a') + "\xc3\xbc", std::string(1 << 16, '.'),
+        "<script>\"'&amp;\\</style>\n\xff" + std::string(1 << 14, 'x'),
+        std::string(62, 'a') + "(b)", std::string(62, 'a') + "\xc3\xbc", std::string(1 << 14, '.'),
         std::string("\0x", 2)}) {
     const host::Inspection machine = hostileMachine(nasty);
-    for (int columns = 40; columns <= 80; columns += 4)
+    for (int columns = 40; columns <= 80; columns += 20)
       for (const std::string& line : linesOf(Text(machine, {columns, false}))) {
         ASSERT_LE(ColumnsOf(line), columns) << line;
         ASSERT_EQ(line, Printable(line));

@@ -66,11 +66,20 @@ TEST_F(Tool, ExitCodesOfWhatIsShown) {
   const std::string none = written("none", "NumGLGPUs=0\nsnifferEnd=\"now\"\n");
   const std::string crashed = std::string(GPUPROBE_TESTS "gpureport/crashed.json");
   const std::string garbage = written("garbage", std::string("\0\xff{]\n=\n", 8));
+  // Wine's own OpenCL knows no layers, and nothing stands in front of OpenGL there.
+  const bool fronts = std::string(ProbeName()) == "gpuprobe";
+  const std::uint32_t rehearsed = fronts ? kCrashed : kUsage;
   const struct {
     Arguments arguments;
     std::uint32_t code;
     const char* out;
   } rows[] = {
+      {{"--rehearse", "eglInitialize:1:exit=0", "--skip", "OpenCL"},
+       rehearsed,
+       fronts ? "The driver ended the probe" : ""},
+      {{"--rehearse", "clFinish:1:hangs"}, kUsage, ""},
+      {{"--rehearse", "clFinnish:1:hang"}, kUsage, ""},
+      {{"--rehearse", "clFinish:1:hang", "--from", torn}, kUsage, ""},
       {{"--from", torn}, kUnanswered, "Torn"},
       {{"show", "--from", none}, kNoGpu, "No GPU"},
       {{"--from", crashed}, kCrashed, "libfine-opencl.so.1 crashed"},
@@ -104,6 +113,11 @@ TEST_F(Tool, AFileIsThereAsAWhole) {
   EXPECT_EQ(nlohmann::json::parse(read("out \xc3\xa4.json"))["run"]["status"], "complete");
   EXPECT_EQ(run({"--from", report, "-o", path("no/folder")}).ending.code, 1u);
   EXPECT_EQ(std::distance(fs::directory_iterator(fFolder), {}), 2);
+  std::error_code none;  // Windows makes links for few
+  fs::create_symlink("/dev/full", fFolder / "link", none);
+  if (none) return;
+  EXPECT_EQ(run({"--from", report, "-o", path("link")}).ending.code, 1u);
+  EXPECT_TRUE(fs::is_character_file(fFolder / "link"));
 }
 
 TEST_F(Tool, GuardEndsAsItsProgram) {
