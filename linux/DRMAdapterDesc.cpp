@@ -17,7 +17,6 @@ namespace {
 
 constexpr uint32_t kMaxID = 0xFFFF;
 constexpr uint32_t kMaxRevision = 0xFF;
-constexpr uint32_t kMaxClass = 0xFFFFFF;
 /// 1 PiB: more is no card's, and the rules count MiB in 31 bits.
 constexpr uint64_t kMaxMemory = uint64_t{1} << 50;
 
@@ -72,7 +71,7 @@ void readPCI(const path& folder, DRMAdapterDesc& desc) {
   desc.subsystemVendorID = readNumber(folder / "subsystem_vendor", kMaxID);
   desc.subsystemDeviceID = readNumber(folder / "subsystem_device", kMaxID);
   desc.revision = readNumber(folder / "revision", kMaxRevision);
-  desc.deviceClass = readNumber(folder / "class", kMaxClass);
+  desc.deviceClass = ReadDeviceClass(folder);
   desc.boot = readNumber(folder / "boot_vga", 1) != 0;
 }
 
@@ -127,6 +126,10 @@ const char* busName(AdapterBus bus) {
 }
 
 }  // namespace
+
+uint32_t ReadDeviceClass(const path& deviceFolder) {
+  return readNumber(deviceFolder / "class", 0xFFFFFF);
+}
 
 bool DRMAdapterDesc::HasNode(std::string_view node) const {
   return std::find(nodes.begin(), nodes.end(), node) != nodes.end();

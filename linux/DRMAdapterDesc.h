@@ -41,6 +41,9 @@ struct DRMAdapterDesc {
 DRMAdapterDesc ReadAdapterDesc(const std::filesystem::path& root,
                                const std::filesystem::path& deviceFolder);
 
+/// The PCI class code of the device in that folder; 0 when unknown.
+uint32_t ReadDeviceClass(const std::filesystem::path& deviceFolder);
+
 /// One line for the diagnostics.
 std::ostream& operator<<(std::ostream& stream, const DRMAdapterDesc& desc);
 

@@ -63,9 +63,8 @@ void sortByRank(std::vector<DRMData>& adapters) {
 
 /// By the class code's first byte.
 bool isDisplay(const path& device) {
-  constexpr uint64_t kDisplayClass = 0x03;
-  constexpr uint64_t kMaxClass = 0xFFFFFF;
-  return ReadSysfsNumber(device / "class", kMaxClass).value_or(0) >> 16 == kDisplayClass;
+  constexpr uint32_t kDisplayClass = 0x03;
+  return ReadDeviceClass(device) >> 16 == kDisplayClass;
 }
 
 }  // namespace

@@ -77,8 +77,9 @@ SingleLineLogger::~SingleLineLogger() noexcept(false) {
   try {
     endLine();
   } catch (...) {
-    // A second exception during an unwinding would end the program.
-    if (std::uncaught_exceptions() == 0) throw;
+    // A second exception during an unwinding would end the program. The count isn't 0 at rest where
+    // one of a driver was caught that brought its own C++ library.
+    if (std::uncaught_exceptions() == fUncaught) throw;
   }
 }
 

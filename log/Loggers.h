@@ -2,6 +2,7 @@
 
 #include <boost/filesystem/path.hpp>
 #include <cstdio>
+#include <exception>
 
 #include "log/NKLogger.h"
 #include "log/Streams.h"
@@ -84,4 +85,5 @@ class SingleLineLogger : public NKLogger {
   void endLine();
 
   std::uint32_t fPrefixes = 0;
+  const int fUncaught = std::uncaught_exceptions();
 };

@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "nkutil/Calls.h"
 #include "tests/nkutil/Support.h"
 
 namespace nkutil::test {
@@ -122,11 +123,12 @@ std::string hostState() {
   return all + "\n" + std::to_string(subreaper);
 }
 
-// UBSan's checks of objects look at memory through pipes of their own, which children inherit.
-#ifdef __SANITIZE_ADDRESS__
-constexpr bool kToolHasPipes = true;
+// The sanitizers have descriptors of their own at times, UBSan's checks of objects two pipes: plain
+// children inherit them.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool kToolHasDescriptors = true;
 #else
-constexpr bool kToolHasPipes = false;
+constexpr bool kToolHasDescriptors = false;
 #endif
 
 /// A host with a mask, handlers, ignored signals and descriptors that others inherit, in several
@@ -134,13 +136,15 @@ constexpr bool kToolHasPipes = false;
 void startManyThings() {
   signal(SIGCHLD, [](int) {});
   signal(SIGHUP, SIG_IGN);
+  const auto other = launch(zoo({"sleep"}));
   sigset_t some;
   sigemptyset(&some);
   sigaddset(&some, SIGTERM);
   pthread_sigmask(SIG_BLOCK, &some, nullptr);
+  kill(getpid(), SIGTERM);  // ends it where a thread of ours takes it
   for (int i = 0; i < 50; ++i) dup(0);
   std::thread([] {}).join();  // with the first, the C library sets handlers of its own
-  const std::string before = hostState();
+  const std::string state = hostState();
   const std::string plainly = plainlyInherited();
   const std::string zeros = ":\t" + std::string(16, '0') + "\n";
   const std::string right =
@@ -150,12 +154,12 @@ void startManyThings() {
   for (std::thread& thread : threads)
     thread = std::thread([&, others = &thread - threads] {
       for (int k = 0; k < 20; ++k)
-        if (others % 2 ? plainlyInherited() != plainly && !kToolHasPipes
+        if (others % 2 ? plainlyInherited() != plainly && !kToolHasDescriptors
                        : run(zoo({"inherited"})).out.text != right)
           ++wrong;
     });
   for (std::thread& thread : threads) thread.join();
-  _exit(wrong + (before == hostState() ? 0 : 100));
+  _exit(wrong + (state == hostState() ? 0 : 100));
 }
 
 TEST(ConsoleAppLinux, ProcessHeldByATracerHoldsNobody) {
@@ -175,6 +179,31 @@ TEST(ConsoleAppLinux, ProcessHeldByATracerHoldsNobody) {
   EXPECT_LE(millisecondsSince(letGo), machine.allow(100));
   // The tracer's end lets the background reap it.
   EXPECT_TRUE(tracer->Kill(kSurely));
+}
+
+TEST(ConsoleAppLinux, NumberIsItsOwnUntilTheEnd) {
+  Command command = zoo({"grandchild"});
+  command.drainBudget = kSurely;
+  const auto app = launch(command);
+  ASSERT_TRUE(app->WaitFor(AppState::Finishing, in(kEnough)));
+  EXPECT_EQ(kill(static_cast<pid_t>(app->id()), 0), 0);
+  EXPECT_TRUE(app->Kill(kSurely));
+}
+
+/// In the child: its parent is killed just before it asks to die with it.
+int killParent(Call call) {
+  if (call != Call::ParentDeathSignal) return 0;
+  const pid_t parent = getppid();
+  kill(parent, SIGKILL);
+  while (getppid() == parent) usleep(1000);
+  return 0;
+}
+
+TEST(HostDeathTest, GoesDuringTheStart) {
+  const NothingLeft nothing;
+  const auto host = [] { setCallFault(killParent), run(zoo({"sleep"})); };
+  EXPECT_EXIT(host(), testing::KilledBySignal(SIGKILL), "");
+  std::this_thread::sleep_for(Milliseconds(300));  // for a program that should not begin
 }
 
 TEST(HostDeathTest, IsLeftAsItWas) {

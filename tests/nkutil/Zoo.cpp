@@ -16,7 +16,8 @@ using zoo::startSelf;
 void flood(std::FILE* stream, long mebibytes) {
   std::string block;
   while (block.size() < 65536) block += std::string(63, 'x') + "\n";
-  for (long i = 0; i < mebibytes * 16; ++i) std::fwrite(block.data(), 1, block.size(), stream);
+  for (long i = 0; i < mebibytes * 16; ++i)
+    if (std::fwrite(block.data(), 1, block.size(), stream) < block.size()) return;
   std::fflush(stream);
 }
 
@@ -43,11 +44,13 @@ const zoo::Modes kModes = {
     {"flood-errors", [](const Arguments&) { flood(stderr, 8), say("after\n"); }},
     {"spin", [](const Arguments&) { for (volatile int i = 0;;) i = i + 1; }},
     {"sleep", [](const Arguments&) { sleepMs(60000); }},
-    {"ignore", [](const Arguments&) { zoo::ignoreRequests(), say("x"), sleepMs(1000), say("x"), sleepMs(60000); }},
+    {"ignore", [](const Arguments&) { zoo::ignoreRequests(), startSelf("sleep", Apart::Unmarked), say("x"), sleepMs(1000), say("x"), sleepMs(60000); }},
     {"closed", [](const Arguments&) { for (FILE* each : {stdin, stdout, stderr}) std::fclose(each); sleepMs(60000); }},
     {"grandchild", [](const Arguments&) { startSelf("sleep", Apart::No), say("x"); }},
-    {"nap", [](const Arguments&) { sleepMs(3000); }},
-    {"napping-child", [](const Arguments&) { startSelf("nap", Apart::No); }},
+    {"late-nap", [](const Arguments&) { sleepMs(100), say("late"); for (FILE* each : {stdout, stderr}) std::fclose(each); sleepMs(4000); }},
+    {"napping-child", [](const Arguments&) { startSelf("late-nap", Apart::No); }},
+    {"flood", [](const Arguments&) { flood(stdout, 65536); }},
+    {"flooding-child", [](const Arguments&) { startSelf("flood", Apart::No); }},
     {"left-session", [](const Arguments&) { startSelf("start-apart", Apart::No), sleepMs(100), say("x"); }},
     {"start-apart", [](const Arguments&) { startSelf("sleep", Apart::Session); }},
     {"storm", [](const Arguments& a) { for (int i = std::stoi(a[0]); i > 0; --i) startSelf("sleep", Apart::No); say("x"), sleepMs(60000); }},

@@ -11,7 +11,8 @@
 
 void zoo::startSelf(const char* mode, Apart apart) {
   if (fork() != 0) return;
-  if (apart == Apart::Session) setsid();
+  if (apart != Apart::No) setsid();
+  if (apart == Apart::Unmarked) unsetenv("NKUTIL_TREE");
   // By its own path, so that it has the name that is looked for.
   execl(std::filesystem::read_symlink("/proc/self/exe").c_str(), "zoo", mode, nullptr);
   _exit(2);

@@ -21,17 +21,27 @@ def run(*command):
     return subprocess.run(command, capture_output=True, text=True, errors="replace").stdout
 
 
-class Report:
-    """The probe's report, run behind the words of `prefix` (setpriv, unshare)."""
+def read(report):
+    """The answers of a report, by key."""
+    return dict(re.findall(r'^([^#\s=]+)="?([^\n]*?)"?$', report, re.M))
 
-    def __init__(self, *prefix):
-        self.text = run(*prefix, PROBE, "-verbose=1")
-        self.answers = dict(re.findall(r'^([^#\s=]+)="?([^\n]*?)"?$', self.text, re.M))
+
+class Report:
+    """A whole report of the probe, read."""
+
+    def __init__(self, text):
+        self.text = text
+        self.answers = read(text)
         self.adapters = {a["Address"]: a for a in (
             dict(re.findall(r"(\w+)=(\S*)", line))
             for line in re.findall(r"\] adapter\[\d+\]\{ (.*)\}", self.text))}
         self.unused = dict(re.findall(r"hardware not used: adapter (\S+): (.*)", self.text))
         expect("snifferEnd" in self.answers, "the report has no end: " + self.text[-300:])
+
+    @classmethod
+    def ask(cls, *prefix):
+        """Of a run behind the words of `prefix` (setpriv, unshare)."""
+        return cls(run(*prefix, PROBE, "-verbose=1"))
 
     def gpu(self, key):
         return self.answers.get("glgpu[0]." + key)
@@ -58,7 +68,7 @@ def as_floor_says(report, *prefix):
     keys = ["GLVersion", "GLVendor", "GLRenderer", "GLRectTextureSize", "HasGLNPOTSupport"]
     keys += [key[9:] for key in report.answers if key.startswith("glgpu[0].gl")]
     lines = run(*prefix, FLOOR)
-    floor = dict(re.findall(r'^([^#\s=]+)="?([^\n]*?)"?$', lines, re.M))
+    floor = read(lines)
     devices = [{key: floor.get(f"glgpu[{i}].{key}") for key in keys}
                for i in range(int(floor["NumGLGPUs"]))]
     expect({key: report.gpu(key) for key in keys} in devices, f"{lines}\n{report.text}")
@@ -67,7 +77,7 @@ def as_floor_says(report, *prefix):
 def every_card():
     """Each card that lspci sees is an adapter, with the same identifiers and driver; the boot card
     comes first; the one that draws is a GPU with its own identifiers."""
-    report = Report()
+    report = Report.ask()
     boot = [os.path.basename(os.path.dirname(file)) for file in
             glob.glob("/sys/bus/pci/devices/*/boot_vga") if open(file).read() == "1\n"]
     order = sorted((card["Slot"] for card in cards()), key=lambda slot: (slot not in boot, slot))
@@ -114,7 +124,7 @@ def rights():
             for file in files:
                 os.chmod(file, mode)
         nobody = ["setpriv", "--reuid=65534", "--regid=65534", "--groups=" + groups]
-        report = Report(*nobody)
+        report = Report.ask(*nobody)
         if used:
             uses_first_card(report)
             as_floor_says(report, *nobody)
@@ -126,7 +136,7 @@ def rights():
 
 def no_sys():
     prefix = ["unshare", "-m", "sh", "-c", 'mount -t tmpfs none /sys; exec "$@"', "-"]
-    draws_in_software(Report(*prefix), "hardware not used: there is no /sys to ask")
+    draws_in_software(Report.ask(*prefix), "hardware not used: there is no /sys to ask")
 
 
 def no_driver():
@@ -134,13 +144,13 @@ def no_driver():
     unbind = open("/sys/bus/virtio/drivers/virtio_gpu/unbind", "w")
     second = glob.glob(f"/sys/bus/pci/devices/{SECOND}/virtio*")[0]
     print(os.path.basename(second), file=unbind, flush=True)
-    uses_first_card(Report())
+    uses_first_card(Report.ask())
     run("modprobe", "-r", "virtio_gpu")
-    draws_in_software(Report(), f"adapter {SECOND}: its driver virtio-pci makes no DRM device")
+    draws_in_software(Report.ask(), f"adapter {SECOND}: its driver virtio-pci makes no DRM device")
 
 
 def no_modeset():
-    draws_in_software(Report(), "adapter 0000:00:04.0: its driver ")
+    draws_in_software(Report.ask(), "adapter 0000:00:04.0: its driver ")
 
 
 def removed():
@@ -151,10 +161,7 @@ def removed():
         time.sleep(0.3)
         open(f"/sys/bus/pci/devices/{SECOND}/remove", "w").write("1")
         rest = probe.stdout.read()
-    report = Report.__new__(Report)
-    report.text = "".join(lines) + rest
-    report.answers = dict(re.findall(r'^([^#\s=]+)="?([^\n]*?)"?$', report.text, re.M))
-    uses_first_card(report)
+    uses_first_card(Report("".join(lines) + rest))
     expect(probe.returncode == 0, str(probe.returncode))
 
 
