@@ -15,7 +15,7 @@ using namespace host;
 using nkutil::Milliseconds;
 using protocol::GPUKind;
 
-struct Fault {
+struct ProbeFault {
   enum class Kind { Hang, Crash, Exit, ChattyHang, Stuck };
   std::string at;  // the announced name; with a star at its end all that begin so; "" the start
   Kind kind = Kind::Hang;
@@ -26,7 +26,7 @@ constexpr int kEvery = 1000;
 /// A probe with two GPUs of each API that obeys its environment, and is lost as it is told.
 class FakeProbe {
  public:
-  explicit FakeProbe(std::vector<Fault> faults = {}) : fFaults(std::move(faults)) {}
+  explicit FakeProbe(std::vector<ProbeFault> faults = {}) : fFaults(std::move(faults)) {}
 
   std::vector<std::string> asked;  // by all attempts
   std::function<void(FakeProbe&)> before = [](FakeProbe&) {};
@@ -45,7 +45,7 @@ class FakeProbe {
     try {
       askAll();
       fScript.endsAt = fAt;
-    } catch (const Fault&) {
+    } catch (const ProbeFault&) {
     }
     return fScript;
   }
@@ -70,27 +70,27 @@ class FakeProbe {
       write("# asking " + name);
       asked.push_back(name);
     }
-    for (Fault& fault : fFaults) {
+    for (ProbeFault& fault : fFaults) {
       const bool star = !fault.at.empty() && fault.at.back() == '*';
       const auto length = star ? fault.at.size() - 1 : std::string::npos;
       if (name.substr(0, length) == fault.at.substr(0, length) && fault.times-- > 0) lose(fault);
     }
   }
-  void lose(const Fault& fault) {
-    for (int i = 0; fault.kind == Fault::Kind::ChattyHang && i < 20; ++i) {
+  void lose(const ProbeFault& fault) {
+    for (int i = 0; fault.kind == ProbeFault::Kind::ChattyHang && i < 20; ++i) {
       write("busy", nkutil::Stream::Err);
       fAt += Milliseconds{1000};
     }
-    if (fault.kind == Fault::Kind::Crash) {
+    if (fault.kind == ProbeFault::Kind::Crash) {
       write("crash: SIGSEGV in /lib/libbad.so.1+0x1a", nkutil::Stream::Err);
       fScript.ending = {nkutil::Ending::Kind::Signalled, 11};
       fScript.endsAt = fAt;
     }
-    if (fault.kind == Fault::Kind::Exit) {
+    if (fault.kind == ProbeFault::Kind::Exit) {
       fScript.ending = {nkutil::Ending::Kind::Exited, 2};
       fScript.endsAt = fAt;
     }
-    fScript.stuck = fault.kind == Fault::Kind::Stuck;
+    fScript.stuck = fault.kind == ProbeFault::Kind::Stuck;
     throw fault;
   }
   std::vector<std::string> stage(const std::string& name, const std::vector<std::string>& parts) {
@@ -140,7 +140,7 @@ class FakeProbe {
     ask("release");
   }
 
-  std::vector<Fault> fFaults;
+  std::vector<ProbeFault> fFaults;
   std::set<std::string> fSkipped;
   nkutil::Script fScript;
   Milliseconds fAt{0};
@@ -197,8 +197,9 @@ TEST(Inspect, OneFaultCostsItsOwnQuestion) {
   FakeProbe healthy;
   inspect(healthy);
   for (const std::string& at : healthy.asked)
-    for (const Fault::Kind kind : {Fault::Kind::Hang, Fault::Kind::ChattyHang, Fault::Kind::Crash,
-                                   Fault::Kind::Exit, Fault::Kind::Stuck})
+    for (const ProbeFault::Kind kind :
+         {ProbeFault::Kind::Hang, ProbeFault::Kind::ChattyHang, ProbeFault::Kind::Crash,
+          ProbeFault::Kind::Exit, ProbeFault::Kind::Stuck})
       for (const int times : {1, kEvery}) {
         // The stages, and a sample of the questions, which are alike.
         const bool isQuestion = at.find("gpu[") != at.npos;
@@ -207,11 +208,11 @@ TEST(Inspect, OneFaultCostsItsOwnQuestion) {
                      std::to_string(times));
         FakeProbe probe({{at, kind, times}});
         const Inspection result = inspect(probe);
-        const bool crashes = kind == Fault::Kind::Crash || kind == Fault::Kind::Exit;
-        const bool exits = kind == Fault::Kind::Exit;
-        const std::string status = crashes                      ? "crashed"
-                                   : kind == Fault::Kind::Stuck ? "stuck"
-                                                                : "hung";
+        const bool crashes = kind == ProbeFault::Kind::Crash || kind == ProbeFault::Kind::Exit;
+        const bool exits = kind == ProbeFault::Kind::Exit;
+        const std::string status = crashes                           ? "crashed"
+                                   : kind == ProbeFault::Kind::Stuck ? "stuck"
+                                                                     : "hung";
         const std::string apiStatus = exits ? "failed" : crashes ? "crashed" : "hung";
         if (at == "release") {
           EXPECT_EQ(outcome(result), "complete, ok 2, ok 2");
@@ -223,7 +224,7 @@ TEST(Inspect, OneFaultCostsItsOwnQuestion) {
         const std::string tag = incident.gpu ? *incident.gpu + "." : "";
         EXPECT_EQ(tag + incident.question, at);
         EXPECT_EQ(incident.library.value_or(""),
-                  kind == Fault::Kind::Crash ? "/lib/libbad.so.1" : "");
+                  kind == ProbeFault::Kind::Crash ? "/lib/libbad.so.1" : "");
         const bool isLong =
             tag.empty() || at.find(".CLBandwidth") != at.npos || at.find(".CLCompute") != at.npos;
         EXPECT_NEAR(incident.seconds, crashes ? 0 : isLong ? 10 : 5, 0.01);
@@ -243,13 +244,13 @@ TEST(Inspect, OneFaultCostsItsOwnQuestion) {
 
 struct Case {
   const char* name;
-  std::vector<Fault> faults;
+  std::vector<ProbeFault> faults;
   const char* outcome;
   std::size_t missing;
   std::size_t incidents;
 };
-constexpr auto kHang = Fault::Kind::Hang;
-constexpr auto kCrash = Fault::Kind::Crash;
+constexpr auto kHang = ProbeFault::Kind::Hang;
+constexpr auto kCrash = ProbeFault::Kind::Crash;
 
 TEST(Inspect, ManyFaults) {
   const std::size_t questions = 36, clQuestions = 12;

@@ -17,7 +17,7 @@
 
 namespace {
 
-std::string joined(const char* machine, const std::vector<std::string>& deviceNames) {
+std::string joins(const char* machine, const std::vector<std::string>& deviceNames) {
   const SysfsTree tree(SysfsTree::Recorded(machine));
   std::vector<JoinDevice> devices;
   // A star: the driver is NVIDIA's own.
@@ -57,7 +57,7 @@ TEST(AdapterJoin, ByNodeInTheOrderOfTheAdapters) {
       // Another driver has the card.
       {"intel-nvidia-hybrid", {"*", "/dev/dri/card1"}, "1=0000:00:02.0 0=none "},
   };
-  for (const auto& c : cases) EXPECT_EQ(joined(c.machine, c.devices), c.joins) << c.machine;
+  for (const auto& c : cases) EXPECT_EQ(joins(c.machine, c.devices), c.joins) << c.machine;
 }
 
 TEST(AdapterJoin, WhyHardwareIsNotUsed) {
