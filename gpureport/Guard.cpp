@@ -16,8 +16,9 @@ using Status = GuardRun::Status;
 
 /// How often a wait looks whether it was interrupted.
 constexpr nkutil::Milliseconds kNextLook{100};
-/// For the kill of the tree at the deadline.
-constexpr nkutil::Milliseconds kKillBudget{500};
+/// For the kill of the tree at the deadline. A busy machine takes more than half a second to let a
+/// tree end; only what can't be ended takes all of it.
+constexpr nkutil::Milliseconds kKillBudget{2000};
 /// As a shell tells of a program that Ctrl-C ended.
 constexpr int kInterrupted = 130;
 
