@@ -62,10 +62,10 @@ Culprit FindCulprit(nkutil::ProcessId process, nkutil::Milliseconds limit) {
   };
   const auto search = std::make_shared<Search>();
   try {
-    std::thread([search, process] {
+    std::thread([search, process, limit] {
       Culprit culprit;
       try {
-        culprit = FindCulpritOnSystem(process);
+        culprit = FindCulpritOnSystem(process, limit / 2);
       } catch (const std::bad_alloc&) {
         culprit = {};
       }

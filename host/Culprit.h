@@ -51,7 +51,8 @@ struct ThreadPlace {
 };
 /// Adds library, offset and evidence.
 void NameCulprit(const ThreadPlace& place, const std::vector<CodeRange>& code, Culprit& culprit);
-/// FindCulprit() without its limit in time.
-Culprit FindCulpritOnSystem(nkutil::ProcessId process);
+/// FindCulprit() without its limit in time. A thread that runs gets `toStop` to be stopped, on a
+/// busy machine it has to get a processor first.
+Culprit FindCulpritOnSystem(nkutil::ProcessId process, nkutil::Milliseconds toStop);
 
 }  // namespace host

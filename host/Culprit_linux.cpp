@@ -21,8 +21,8 @@ namespace host {
 
 namespace {
 
-constexpr nkutil::Milliseconds kStep{50};
 constexpr std::size_t kStackBytes = 4096;
+constexpr nkutil::Milliseconds kStepInKernel{50};
 
 std::string readFile(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
@@ -44,13 +44,14 @@ Registers registersOf(const user_regs_struct& registers) {
 #endif
 }
 
-/// Stops a process for as long as it lives itself. All on one thread.
+/// Stops a process for as long as it lives itself, where that takes no longer than the limit. All
+/// on one thread.
 class Tracer {
  public:
-  explicit Tracer(pid_t process) : fProcess(process) {
+  Tracer(pid_t process, nkutil::Milliseconds toStop) : fProcess(process) {
     fSeized = ptrace(PTRACE_SEIZE, process, nullptr, nullptr) == 0;
     if (!fSeized || ptrace(PTRACE_INTERRUPT, process, nullptr, nullptr) != 0) return;
-    const nkutil::Time limit = nkutil::Clock::now() + kStep;
+    const nkutil::Time limit = nkutil::Clock::now() + toStop;
     // The end of the process is not ours to take.
     while (!fStopped && nkutil::Clock::now() < limit) {
       siginfo_t info{};
@@ -136,13 +137,15 @@ std::vector<CodeRange> readCode(const std::string& folder) {
 
 }  // namespace
 
-Culprit FindCulpritOnSystem(nkutil::ProcessId process) {
+Culprit FindCulpritOnSystem(nkutil::ProcessId process, nkutil::Milliseconds toStop) {
   const std::string folder = "/proc/" + std::to_string(process) + "/";
   Culprit culprit;
   // Before it is stopped, which is a state as well.
   culprit.threadState = threadState(folder);
   const auto pid = static_cast<pid_t>(process);
-  const Tracer tracer(pid);
+  // What is held up inside the kernel doesn't stop; /proc tells where it entered.
+  if (culprit.threadState[0] == 'D') toStop = std::min(toStop, kStepInKernel);
+  const Tracer tracer(pid, toStop);
   std::optional<Registers> registers = tracer.registers();
   if (!registers) registers = registersOfWait(folder);
   if (!registers) return culprit;

@@ -109,7 +109,8 @@ std::vector<CodeRange> readRegions(HANDLE process, const ThreadPlace& place) {
 
 }  // namespace
 
-Culprit FindCulpritOnSystem(nkutil::ProcessId process) {
+// Here a thread is suspended at once.
+Culprit FindCulpritOnSystem(nkutil::ProcessId process, nkutil::Milliseconds /*toStop*/) {
   Culprit culprit;
   const nkutil::WinHandle handle(
       OpenProcess(PROCESS_VM_READ | PROCESS_QUERY_INFORMATION, FALSE, process));

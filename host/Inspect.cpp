@@ -238,7 +238,7 @@ void nameLibrary(Incident& incident, const Culprit& culprit) {
 /// A busy machine gets a part of the time that is left: the other attempts need the rest.
 Milliseconds Supervision::timeToLook() const {
   const auto left = std::chrono::duration_cast<Milliseconds>(fEnd - fLauncher.now());
-  return std::clamp(left / 8, kShortestLook, kLongestLook);
+  return std::clamp(left / 4, kShortestLook, kLongestLook);
 }
 
 Incident Supervision::endHung(nkutil::ConsoleApp& app) {
