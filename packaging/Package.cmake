@@ -22,8 +22,9 @@ file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/debian/control "")
 file(GENERATE OUTPUT ${CMAKE_CURRENT_BINARY_DIR}/Depends.cmake INPUT Depends.cmake.in)
 set(CPACK_PROJECT_CONFIG_FILE ${CMAKE_CURRENT_BINARY_DIR}/Depends.cmake)
 
-# Opened at run time, so that the packager's tools can't see them.
-set(CPACK_DEBIAN_BIN_PACKAGE_RECOMMENDS "libegl1, ocl-icd-libopencl1 | libopencl1, pci.ids")
+# Opened at run time, so that the packager's tools can't see them. libegl1 brings no drivers with it.
+set(CPACK_DEBIAN_BIN_PACKAGE_RECOMMENDS
+    "libegl1, libgl1-mesa-dri, ocl-icd-libopencl1 | libopencl1, pci.ids")
 set(CPACK_DEBIAN_LIB_PACKAGE_RECOMMENDS gpuprobe)
 set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "libgpuprobe-host1 (= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_DEV_PACKAGE_RECOMMENDS gpuprobe)
