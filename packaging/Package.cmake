@@ -19,7 +19,12 @@ set(CPACK_DEBIAN_LIB_PACKAGE_CONTROL_EXTRA
   ${CMAKE_CURRENT_SOURCE_DIR}/debian/shlibs ${CMAKE_CURRENT_SOURCE_DIR}/debian/symbols
   ${CMAKE_CURRENT_SOURCE_DIR}/debian/triggers)
 file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/debian/control "")
-file(GENERATE OUTPUT ${CMAKE_CURRENT_BINARY_DIR}/Depends.cmake INPUT Depends.cmake.in)
+if(CMAKE_CROSSCOMPILING)
+  set(CROSS_LIBRARIES -l${CMAKE_FIND_ROOT_PATH}/lib)
+endif()
+configure_file(Depends.cmake.in Depends.cmake.in @ONLY)
+file(GENERATE OUTPUT ${CMAKE_CURRENT_BINARY_DIR}/Depends.cmake
+     INPUT ${CMAKE_CURRENT_BINARY_DIR}/Depends.cmake.in)
 set(CPACK_PROJECT_CONFIG_FILE ${CMAKE_CURRENT_BINARY_DIR}/Depends.cmake)
 
 # Opened at run time, so that the packager's tools can't see them. libegl1 brings no drivers with it.
