@@ -2,30 +2,30 @@
 # gives it elsewhere: Boost::headers, Boost::filesystem, GTest::gtest, ::gmock, ::gtest_main.
 # scripts/fetch-cross-deps fills build/deps. Warnings in these sources are not ours.
 
-set(DEPS ${CMAKE_CURRENT_LIST_DIR}/../build/deps)
-if(NOT EXISTS ${DEPS}/boost-filesystem/complete)
-  message(FATAL_ERROR "build/deps is missing: run scripts/fetch-cross-deps")
+set(GPUPROBE_DEPS ${CMAKE_CURRENT_LIST_DIR}/../build/deps CACHE PATH "What scripts/fetch-cross-deps made")
+if(NOT EXISTS ${GPUPROBE_DEPS}/boost-filesystem/complete)
+  message(FATAL_ERROR "${GPUPROBE_DEPS} is missing: run scripts/fetch-cross-deps")
 endif()
 
 # The folders hold nothing but boost/, CL/, CLI/ and nlohmann/: /usr/include itself would bring in
 # the host's C library.
 add_library(opencl_headers INTERFACE)
-target_include_directories(opencl_headers SYSTEM INTERFACE ${DEPS}/opencl-include)
+target_include_directories(opencl_headers SYSTEM INTERFACE ${GPUPROBE_DEPS}/opencl-include)
 add_library(boost_headers INTERFACE)
-target_include_directories(boost_headers SYSTEM INTERFACE ${DEPS}/boost-include)
+target_include_directories(boost_headers SYSTEM INTERFACE ${GPUPROBE_DEPS}/boost-include)
 add_library(Boost::headers ALIAS boost_headers)
 add_library(host_headers INTERFACE)
-target_include_directories(host_headers SYSTEM INTERFACE ${DEPS}/host-include)
+target_include_directories(host_headers SYSTEM INTERFACE ${GPUPROBE_DEPS}/host-include)
 # Every layer takes them from the compiler's own path elsewhere.
 target_link_libraries(gpuprobe_flags INTERFACE boost_headers opencl_headers host_headers)
 if(NOT WIN32)
   add_library(egl_headers INTERFACE)
-  target_include_directories(egl_headers SYSTEM INTERFACE ${DEPS}/egl-include)
+  target_include_directories(egl_headers SYSTEM INTERFACE ${GPUPROBE_DEPS}/egl-include)
   target_link_libraries(gpuprobe_flags INTERFACE egl_headers)
 endif()
 
 # Which sources there are differs between releases of Boost.
-file(GLOB BOOST_FILESYSTEM_SOURCES CONFIGURE_DEPENDS ${DEPS}/boost-filesystem/src/*.cpp)
+file(GLOB BOOST_FILESYSTEM_SOURCES CONFIGURE_DEPENDS ${GPUPROBE_DEPS}/boost-filesystem/src/*.cpp)
 add_library(boost_filesystem STATIC EXCLUDE_FROM_ALL ${BOOST_FILESYSTEM_SOURCES})
 target_compile_definitions(boost_filesystem PUBLIC BOOST_FILESYSTEM_STATIC_LINK=1
                                             PRIVATE BOOST_FILESYSTEM_SOURCE

@@ -15,23 +15,21 @@ if(CMAKE_SYSTEM_PROCESSOR STREQUAL aarch64)
 endif()
 set(CPACK_DEBIAN_PACKAGE_MAINTAINER ${GPUPROBE_MAINTAINER})
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-# For the library CPack would add scripts that call ldconfig, which Debian has a trigger for.
-set(CPACK_DEBIAN_LIB_PACKAGE_SHLIBDEPS OFF)
 set(CPACK_DEBIAN_LIB_PACKAGE_CONTROL_EXTRA
   ${CMAKE_CURRENT_SOURCE_DIR}/debian/shlibs ${CMAKE_CURRENT_SOURCE_DIR}/debian/symbols
   ${CMAKE_CURRENT_SOURCE_DIR}/debian/triggers)
 file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/debian/control "")
-file(GENERATE OUTPUT ${CMAKE_CURRENT_BINARY_DIR}/LibraryDepends.cmake CONTENT "# Read by CPack.
-execute_process(COMMAND dpkg-shlibdeps -O \"$<TARGET_FILE:gpuprobe_host_shared>\"
-  WORKING_DIRECTORY \"${CMAKE_CURRENT_BINARY_DIR}\" OUTPUT_VARIABLE found ERROR_QUIET
-  OUTPUT_STRIP_TRAILING_WHITESPACE)
-string(REPLACE \"shlibs:Depends=\" \"\" CPACK_DEBIAN_LIB_PACKAGE_DEPENDS \"\${found}\")
-")
-set(CPACK_PROJECT_CONFIG_FILE ${CMAKE_CURRENT_BINARY_DIR}/LibraryDepends.cmake)
+if(CMAKE_CROSSCOMPILING)
+  set(CROSS_LIBRARIES -l${CMAKE_FIND_ROOT_PATH}/lib)
+endif()
+configure_file(Depends.cmake.in Depends.cmake.in @ONLY)
+file(GENERATE OUTPUT ${CMAKE_CURRENT_BINARY_DIR}/Depends.cmake
+     INPUT ${CMAKE_CURRENT_BINARY_DIR}/Depends.cmake.in)
+set(CPACK_PROJECT_CONFIG_FILE ${CMAKE_CURRENT_BINARY_DIR}/Depends.cmake)
 
-# Opened at run time, so that the packager's tools can't see them.
-set(CPACK_DEBIAN_BIN_PACKAGE_RECOMMENDS "libegl1, ocl-icd-libopencl1 | libopencl1, pci.ids")
+# Opened at run time, so that the packager's tools can't see them. libegl1 brings no drivers with it.
+set(CPACK_DEBIAN_BIN_PACKAGE_RECOMMENDS
+    "libegl1, libgl1-mesa-dri, ocl-icd-libopencl1 | libopencl1, pci.ids")
 set(CPACK_DEBIAN_LIB_PACKAGE_RECOMMENDS gpuprobe)
 set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "libgpuprobe-host1 (= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_DEV_PACKAGE_RECOMMENDS gpuprobe)

@@ -71,7 +71,9 @@ void writeProbe() {
   MySniffer().GetUsage(lines);
   const std::regex option(R"( *(-[^ ]+)( [^{]*)?\{(.*)\})");
   for (const std::string& line : lines)
-    if (std::smatch part; std::regex_match(line, part, option)) writeOption(part[1], part[3]);
+    if (std::smatch part; std::regex_match(line, part, option))
+      // The usage text names one system; on those with manual pages the option works as well.
+      writeOption(part[1], replaced(part[3], "Mac only, ", ""));
   std::cout << ".SH SEE ALSO\n.BR gpureport (1)\n";
 }
 
