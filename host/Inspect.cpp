@@ -18,6 +18,8 @@ using nkutil::Time;
 /// the second while there is time. A busy machine takes its time to end a process.
 constexpr Milliseconds kKillBudget{100};
 constexpr Milliseconds kLongestKill{2000};
+/// The probe's exit code where an error escaped it or a driver called exit() (docs/report.md).
+constexpr std::uint32_t kNotByItself = 4;
 /// For the search of a culprit.
 constexpr Milliseconds kShortestLook{150};
 constexpr Milliseconds kLongestLook{3000};
@@ -257,7 +259,8 @@ Incident Supervision::endHung(nkutil::ConsoleApp& app) {
 std::optional<Incident> Supervision::incidentOf(const nkutil::Ending& ending) const {
   const bool crashed = ending.kind == nkutil::Ending::Kind::Signalled ||
                        ending.kind == nkutil::Ending::Kind::Exception;
-  if (!crashed && fFindings.ended()) return std::nullopt;
+  const bool leftByItself = !crashed && ending.code != kNotByItself;
+  if (leftByItself && fFindings.ended()) return std::nullopt;
   Incident incident = newIncident(crashed ? Incident::Kind::Crashed : Incident::Kind::Exited);
   incident.signal = ending.name();
   if (const auto culprit = fMessages.crash()) nameLibrary(incident, *culprit);
