@@ -37,6 +37,8 @@ class Linux:
     # What the process ends with where the driver takes it down.
     fatal = {"crash": {-signal.SIGSEGV}, "abort": {-signal.SIGABRT}, "stack": {-signal.SIGSEGV},
              "thread": {-signal.SIGSEGV}}
+    # What the system's loader catches while a library is loaded: the library then is not there.
+    caught_at_load = set()
 
     def __init__(self, build):
         bin_ = ROOT / "build" / build / "bin"
@@ -81,6 +83,7 @@ class Windows(Linux):
     both, detours = fronts, {}
     # The low byte of the exception's number, or of the C library's code.
     fatal = {"crash": {0x05}, "abort": {0x03, 0x09}, "stack": {0xFD}, "thread": {0x05}}
+    caught_at_load = {"crash", "stack"}
 
     def __init__(self):
         pass

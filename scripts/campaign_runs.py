@@ -207,15 +207,18 @@ class Campaign:
             tried.update(functions)
             for function in functions:
                 made = len(calls.get(function, [0]))
+                loading = function.endswith("Load")
                 for action in ACTIONS:
                     text = action.text % pick.randrange(1, 1000) if "%" in action.text else action.text
+                    caught = loading and text in self.platform.caught_at_load
+                    kind = "told" if caught else action.kind
                     if text == "current" and function.startswith("cl"):
                         continue
                     wanted = ["1", "*"] + ([str(pick.randrange(2, made + 1))] if made > 1 else [])
-                    if function.endswith("Load"):
+                    if loading:
                         # A library that is loaded gives nothing back.
                         wanted = ["1"] if action.kind != "told" else []
-                    every += [Case(front, function, call, text, action.kind,
+                    every += [Case(front, function, call, text, kind,
                                    self.supervised and call != "*") for call in wanted]
         every = [case for case in every if self.options.only in fault_of(case)]
         if not self.options.quick:
