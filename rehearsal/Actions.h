@@ -3,6 +3,7 @@
 /// What both fronts share: which call a fault strikes, and what it does to the process.
 
 #include <cstdint>
+#include <functional>
 
 #include "rehearsal/Faults.h"
 
@@ -42,6 +43,9 @@ void LeaveChild();       ///< one that holds our streams for half a minute
 void CloseStreams();     ///< standard output and standard error
 void TakeSignals();      ///< handlers and, where there is one, the mask
 void WriteNoise();       ///< an unfinished line past the C library
+/// What it returns gives back the signal by which Wine stops a thread (SIGUSR1), which LLVM takes
+/// when a driver is set up: then nobody could read where a thread of a Windows program hangs.
+std::function<void()> RememberWinesSignal();
 }  // namespace system_actions
 
 }  // namespace rehearsal

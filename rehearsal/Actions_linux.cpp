@@ -41,4 +41,10 @@ void WriteNoise() {
   if (write(STDOUT_FILENO, "line ", 5) == -1) return;
 }
 
+std::function<void()> RememberWinesSignal() {
+  struct sigaction before = {};
+  sigaction(SIGUSR1, nullptr, &before);
+  return [before] { sigaction(SIGUSR1, &before, nullptr); };
+}
+
 }  // namespace rehearsal::system_actions

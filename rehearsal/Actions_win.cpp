@@ -42,4 +42,8 @@ void WriteNoise() {
   WriteFile(GetStdHandle(STD_OUTPUT_HANDLE), "line ", 5, &written, nullptr);
 }
 
+std::function<void()> RememberWinesSignal() {
+  return [] {};
+}
+
 }  // namespace rehearsal::system_actions

@@ -1,5 +1,6 @@
 // Presents CPU devices as GPU devices, so that a CPU driver can be measured as a GPU.
 
+#include "rehearsal/Actions.h"
 #include "rehearsal/Layer.h"
 
 namespace {
@@ -21,7 +22,10 @@ bool isNone(cl_device_type type) {
 cl_int CL_API_CALL getDeviceIDs(cl_platform_id platform, cl_device_type type, cl_uint size,
                                 cl_device_id* devices, cl_uint* count) {
   if (isNone(type)) return CL_DEVICE_NOT_FOUND;
-  return next.clGetDeviceIDs(platform, asked(type), size, devices, count);
+  const auto giveBack = rehearsal::system_actions::RememberWinesSignal();
+  const cl_int status = next.clGetDeviceIDs(platform, asked(type), size, devices, count);
+  giveBack();
+  return status;
 }
 
 cl_int CL_API_CALL getDeviceInfo(cl_device_id device, cl_device_info property, size_t size,
