@@ -130,11 +130,16 @@ std::string UnusedReason(const DRMAdapterDesc& desc, const std::vector<NodeAcces
 }
 
 void LogUnusedHardware(const path& root, std::vector<DRMData> adapters,
+                       const std::vector<std::string>& used,
                        const std::vector<FailedDevice>& failures) {
-  if (!Diagnostic::isOn()) return;
+  const auto isUsed = [&](const std::string& address) {
+    return std::find(used.begin(), used.end(), address) != used.end();
+  };
+  if (!Diagnostic::isOn() || isUsed("")) return;
   DRMData::AddDevicesWithoutNodes(root, adapters);
   for (const DRMData& adapter : adapters) {
     const DRMAdapterDesc& desc = adapter.Desc();
+    if (isUsed(desc.address)) continue;
     Diagnostic{}("hardware not used: adapter ", desc.address, ": ",
                  UnusedReason(desc, checkNodes(root, desc.nodes), failures));
   }

@@ -46,8 +46,10 @@ struct NodeAccess {
 std::string UnusedReason(const DRMAdapterDesc& desc, const std::vector<NodeAccess>& nodes,
                          const std::vector<FailedDevice>& failures);
 
-/// One diagnostic for each display adapter of the machine, those without a DRM device included,
-/// that says why it isn't used; one when there is none at all. Reads nothing where diagnostics are
-/// off.
+/// One diagnostic for each display adapter of the machine whose address is not in `used`, those
+/// without a DRM device included, that says why; one when there is no adapter at all. With "" in
+/// `used` a GPU's adapter is unknown, and it may be any: then nothing is said. Reads nothing where
+/// diagnostics are off.
 void LogUnusedHardware(const std::filesystem::path& root, std::vector<DRMData> adapters,
+                       const std::vector<std::string>& used,
                        const std::vector<FailedDevice>& failures);

@@ -60,6 +60,9 @@ void GPUImplLinux::findGPUs(GPUList& gpus) const {
   DisplayContexts devices = CreateDisplayContexts(logDevice);
   std::vector<DRMData> adapters = DRMData::GetAllDevices(fRoot);
   Impls impls = makeImpls(devices.contexts);
+  for (const auto& impl : impls)
+    if (impl->fSoftware)
+      devices.failures.push_back({impl->fDeviceName, "its context draws in software"});
   // Mesa lists its software device beside the hardware ones, and it answers on every machine.
   const auto software = std::stable_partition(impls.begin(), impls.end(),
                                               [](const auto& impl) { return !impl->fSoftware; });
@@ -68,12 +71,10 @@ void GPUImplLinux::findGPUs(GPUList& gpus) const {
     joinAdapters(impls, adapters);
   } else {
     nameAndLog(adapters);
-    for (const auto& impl : impls)
-      devices.failures.push_back({impl->fDeviceName, "its context draws in software"});
-    LogUnusedHardware(fRoot, adapters, devices.failures);
     // They would all be the same processor.
     if (impls.size() > 1) impls.resize(1);
   }
+  LogUnusedHardware(fRoot, adapters, usedAdapters(impls), devices.failures);
   for (const auto& impl : impls) gpus.push_back(boost::make_shared<GLGPU>(impl));
   if (gpus.empty()) Diagnostic{}("no OpenGL device gives a context");
 }
@@ -94,6 +95,13 @@ GPUImplLinux::Impls GPUImplLinux::makeImpls(const std::vector<DeviceContext>& co
 void GPUImplLinux::nameAndLog(std::vector<DRMData>& adapters) const {
   NameAdapters(fRoot, adapters);
   for (size_t i = 0; i < adapters.size(); ++i) Diagnostic{}("adapter[", i, "]", adapters[i].Desc());
+}
+
+std::vector<std::string> GPUImplLinux::usedAdapters(const Impls& impls) {
+  std::vector<std::string> addresses;
+  for (const auto& impl : impls)
+    if (!impl->fSoftware) addresses.push_back(impl->fAdapter.Desc().address);
+  return addresses;
 }
 
 void GPUImplLinux::joinAdapters(Impls& hardware, std::vector<DRMData>& adapters) const {

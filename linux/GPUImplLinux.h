@@ -40,6 +40,7 @@ class GPUImplLinux : public GPUImplHardware {
   void findGPUs(GPUList& gpus) const;
   static Impls makeImpls(const std::vector<DeviceContext>& contexts);
   void joinAdapters(Impls& hardware, std::vector<DRMData>& adapters) const;
+  static std::vector<std::string> usedAdapters(const Impls& impls);
   void nameAndLog(std::vector<DRMData>& adapters) const;
   bool drawsInSoftware();
   bool hasNVIDIADriver();

@@ -85,7 +85,7 @@ std::string describe(const SysfsTree& tree) {
   NameAdapters(tree.root(), adapters);
   std::ostringstream text;
   text << std::exchange(log.text, "");
-  LogUnusedHardware(tree.root(), adapters, {});
+  LogUnusedHardware(tree.root(), adapters, {}, {});
   const std::string unused = log.text;
   for (const DRMData& adapter : adapters)
     text << adapter.Desc() << "\n  IsIntegratedGLGPU=" << adapter.IsIntegrated()
