@@ -44,7 +44,7 @@ Headline headlineOf(const host::Inspection& inspection) {
     case host::Status::Complete:
       break;
     case host::Status::Partial:
-      return {Tone::Warn, "Some questions failed"};
+      return {Tone::Warn, "Some answers are missing"};
     case host::Status::Hung:
       return {Tone::Bad, "A driver hung"};
     case host::Status::Crashed:

@@ -67,7 +67,7 @@ std::string statusText(const host::Inspection& inspection) {
                  ? "No GPU: neither OpenGL nor OpenCL has one here"
                  : "Complete";
     case host::Status::Partial:
-      return "Partial: a question failed";
+      return "Partial: answers are missing";
     case host::Status::Hung:
       return "A driver hung";
     case host::Status::Crashed:
