@@ -44,7 +44,8 @@ nkutil::Command commandOf(const GuardOptions& options) {
 }
 
 /// Waits for the end, kills at the deadline or an interruption.
-void watch(nkutil::ConsoleApp& app, nkutil::Time deadline, GuardRun& run) {
+void watch(nkutil::ConsoleApp& app, const nkutil::Command& command, nkutil::Time deadline,
+           GuardRun& run) {
   const std::atomic<bool>& interrupted = WatchInterrupts();
   bool over = false;
   while (!over && !interrupted && nkutil::Clock::now() < deadline)
@@ -52,7 +53,8 @@ void watch(nkutil::ConsoleApp& app, nkutil::Time deadline, GuardRun& run) {
   if (!over) {
     run.interrupted = interrupted;
     const bool ended = app.Kill(kKillBudget);
-    run.status = !ended ? Status::Stuck : run.interrupted ? Status::Finished : Status::Hung;
+    over = ended && !run.interrupted && nkutil::endedInTime(app, command, deadline);
+    run.status = !ended ? Status::Stuck : over || run.interrupted ? Status::Finished : Status::Hung;
   }
   run.ending = app.ending();
   if (over && run.ending.kind != Ending::Kind::Exited) run.status = Status::Crashed;
@@ -90,10 +92,11 @@ int Guard(const GuardOptions& options) {
   if (options.deadline)
     run.deadlineSeconds = std::chrono::duration<double>(*options.deadline).count();
   nkutil::LaunchError error;
-  const auto app = nkutil::systemLauncher().launch(commandOf(options), deadline, error);
+  const nkutil::Command command = commandOf(options);
+  const auto app = nkutil::systemLauncher().launch(command, deadline, error);
   int code = 0;
   if (app) {
-    watch(*app, deadline, run);
+    watch(*app, command, deadline, run);
     run.killedProcesses = app->killedProcesses();
     run.outBytes = app->bytesRead(nkutil::Stream::Out);
     run.errBytes = app->bytesRead(nkutil::Stream::Err);
