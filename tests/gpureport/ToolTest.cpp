@@ -74,9 +74,9 @@ TEST_F(Tool, ExitCodesOfWhatIsShown) {
     std::uint32_t code;
     const char* out;
   } rows[] = {
-      {{"--rehearse", "eglInitialize:1:exit=0", "--skip", "OpenCL"},
+      {{"--rehearse", "glGetString:3:exit=0", "--skip", "OpenCL", "--format", "jsonl"},
        rehearsed,
-       fronts ? "The driver ended the probe" : ""},
+       fronts ? "\"reason\":\"crashed\"" : ""},
       {{"--rehearse", "clFinish:1:hangs"}, kUsage, ""},
       {{"--rehearse", "clFinnish:1:hang"}, kUsage, ""},
       {{"--rehearse", "clFinish:1:hang", "--from", torn}, kUsage, ""},
