@@ -86,6 +86,7 @@ TEST_F(Tool, ExitCodesOfWhatIsShown) {
       {{"--from", crashed, "--require", "opengl>=4.6"}, kComplete, "Fine"},
       {{"--from", crashed, "--require", "opengl>=4.7"}, kNotMet, "Fine"},
       {{"--from", crashed, "--require", "frames"}, kUsage, ""},
+      {{"--from", crashed, "--require", "glsl", "--get", "run.status"}, kUsage, ""},
       {{"--from", crashed, "--get", "opencl[0].kernel_seconds"}, kCrashed, ""},
       {{"--from", crashed, "--get", "opengl[1].memory_bytes"}, kCrashed, ""},
       {{"--from", crashed, "--format", "jsonl"}, kCrashed, "\"field\":"},
