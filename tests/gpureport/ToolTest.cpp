@@ -63,7 +63,7 @@ class Tool : public ::testing::Test {
 TEST_F(Tool, ExitCodesOfWhatIsShown) {
   const std::string lines = "NumGLGPUs=1\nglgpu[0].GLName=\"x\"\nglgpu[0].GLMemoryMB=2048\n";
   const std::string torn = written("torn", lines);
-  const std::string none = written("none", "NumGLGPUs=0\nsnifferEnd=\"now\"\n");
+  const std::string none = written("none", "# skipped OpenGL\nNumCLGPUs=0\nsnifferEnd=\"now\"\n");
   const std::string crashed = std::string(GPUPROBE_TESTS "gpureport/crashed.json");
   const std::string garbage = written("garbage", std::string("\0\xff{]\n=\n", 8));
   // Wine's own OpenCL knows no layers, and nothing stands in front of OpenGL there.
@@ -81,7 +81,8 @@ TEST_F(Tool, ExitCodesOfWhatIsShown) {
       {{"--rehearse", "clFinnish:1:hang"}, kUsage, ""},
       {{"--rehearse", "clFinish:1:hang", "--from", torn}, kUsage, ""},
       {{"--from", torn}, kUnanswered, "Torn"},
-      {{"show", "--from", none}, kNoGpu, "No GPU"},
+      {{"show", "--from", none}, kNoGpu, "No GPU: OpenCL has none here, OpenGL was not asked"},
+      {{"--from", none, "--require", "opengl>=1"}, kUnanswered, "not asked"},
       {{"--from", crashed}, kCrashed, "libfine-opencl.so.1 crashed"},
       {{"--from", crashed, "--require", "opengl>=4.6"}, kComplete, "Fine"},
       {{"--from", crashed, "--require", "opengl>=4.7"}, kNotMet, "Fine"},
