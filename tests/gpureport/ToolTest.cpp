@@ -114,6 +114,15 @@ TEST_F(Tool, AFileIsThereAsAWhole) {
   EXPECT_EQ(run({"--from", report, "--format", "json", "-o", output}).ending.code, 4u);
   EXPECT_EQ(nlohmann::json::parse(read("out \xc3\xa4.json"))["run"]["status"], "complete");
   EXPECT_EQ(run({"--from", report, "-o", path("no/folder")}).ending.code, 1u);
+  std::thread writers[4];
+  for (std::thread& writer : writers)
+    writer =
+        std::thread([&, text = std::string(100000, static_cast<char>('a' + (&writer - writers)))] {
+          for (int i = 0; i < 20; ++i) EXPECT_EQ(ReplaceFileBy(output, text), "");
+        });
+  for (std::thread& writer : writers) writer.join();
+  const std::string last = read("out \xc3\xa4.json");
+  EXPECT_EQ(last, std::string(100000, last[0]));
   EXPECT_EQ(std::distance(fs::directory_iterator(fFolder), {}), 2);
   std::error_code none;  // Windows makes links for few
   fs::create_symlink("/dev/full", fFolder / "link", none);
