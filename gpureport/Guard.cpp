@@ -63,15 +63,13 @@ void watch(nkutil::ConsoleApp& app, const nkutil::Command& command, nkutil::Time
 int codeOf(const nkutil::LaunchError& error, GuardRun& run) {
   run.status = Status::FailedToStart;
   run.startError = error.message();
-  const auto is = [&](const char* step) { return error.step == step; };
-  if (is("find the program") || is("execve") || is("CreateProcessW")) {
-    // ENOENT and ERROR_FILE_NOT_FOUND are 2, ERROR_PATH_NOT_FOUND is 3.
-    return error.code == 2 || error.code == 3 ? kGuardNotFound : kGuardNotRunnable;
-  }
-  const bool theirs = error.step.rfind("find the program", 0) == 0 ||
-                      error.step.rfind("execve", 0) == 0 ||
-                      error.step.rfind("start a batch file", 0) == 0;
-  return theirs ? kGuardNotRunnable : kGuardFailure;
+  const char* const theirs[] = {"find the program", "execve", "CreateProcessW",
+                                "start a batch file"};
+  const auto begins = [&](const char* step) { return error.step.rfind(step, 0) == 0; };
+  if (std::none_of(std::begin(theirs), std::end(theirs), begins)) return kGuardFailure;
+  // ENOENT, of a script's interpreter, too, and ERROR_FILE_NOT_FOUND are 2, ERROR_PATH_NOT_FOUND
+  // is 3.
+  return error.code == 2 || error.code == 3 ? kGuardNotFound : kGuardNotRunnable;
 }
 
 int codeOf(const GuardRun& run) {

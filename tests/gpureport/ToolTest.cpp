@@ -135,6 +135,8 @@ TEST_F(Tool, GuardEndsAsItsProgram) {
   const std::string zoo = beside("zoo");
   const bool windows = std::string(ProbeName()) == "gpuprobe.exe";
   const Arguments crash{zoo, "raise", windows ? "C0000005" : "11"};
+  const std::string script = written("script.exe", "#!/no/such/interpreter\n");
+  fs::permissions(fs::u8path(script), fs::perms::owner_all);
   const std::string crashed = windows ? "0xC0000005 access violation" : "exit code 139";
   const struct {
     Arguments options;
@@ -152,7 +154,8 @@ TEST_F(Tool, GuardEndsAsItsProgram) {
       {{"--keep-tree"}, {zoo, "grandchild"}, "exit code 0", "finished", 0},
       {{}, {path("nothing")}, "exit code 127", "failed_to_start", 0},
       {{}, {"no-such-program-anywhere"}, "exit code 127", "failed_to_start", 0},
-      {{}, {written("text.exe", "no program")}, "exit code 126", "failed_to_start", 0},
+      {{}, {fFolder.u8string()}, "exit code 126", "failed_to_start", 0},
+      {{}, {script}, windows ? "exit code 126" : "exit code 127", "failed_to_start", 0},
   };
   for (auto row : rows) {
     row.options.insert(row.options.end(), {"--verdict", path("verdict")});
