@@ -24,7 +24,7 @@ std::string ownPath() {
 
 std::vector<Row> systemRows() {
   return {{{"exit", "259"}, kEnough, "exit code 3"},  // eight bits are kept
-          {{"raise", "11"}, kEnough, "SIGSEGV"},
+          {{"overflow"}, kEnough, "SIGSEGV"},
           {{"raise", "8"}, kEnough, "SIGFPE"},
           {{"raise", "19"}, kShort, "SIGKILL", 0, 1},  // stopped
           {{"abort"}, kEnough, "SIGABRT"},
