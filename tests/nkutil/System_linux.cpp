@@ -43,9 +43,7 @@ std::vector<BadStart> systemBadStarts() {
           {path, "(the program's interpreter or loader)", "", "#!/no/such/interpreter\n"}};
 }
 
-std::vector<int> faultCodes() {
-  return {EINTR, EMFILE};
-}
+const std::vector<int> kFaultCodes = {EINTR, EMFILE};
 
 // Set for this program and all that comes of it: other suites run beside this one.
 constexpr const char* kRunVariable = "NKUTIL_TEST_RUN";
