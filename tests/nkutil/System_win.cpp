@@ -18,7 +18,7 @@ std::string ownPath() {
 std::vector<Row> systemRows() {
   return {{{"exit", "259"}, kEnough, "exit code 259"},
           {{"raise", "C0000005"}, kEnough, "0xC0000005 access violation"},
-          {{"overflow"}, kEnough, "0xC00000FD stack overflow"},
+          {{"raise", "C0000094"}, kEnough, "0xC0000094 integer divide by zero"},
           {{"abort"}, kEnough, "exit code 3"},  // what Microsoft's C runtime makes of it
           {{"storm", "20"}, 8000, "SIGKILL", 1, 2},
           {{"print", "64"}, kEnough, "exit code 0", 64 << 20}};
