@@ -113,11 +113,13 @@ ShowCommand::ShowCommand()
   app.add_option("--skip", fSkip, "What not to ask: OpenCL, clgpu[1], CLCompute, ...")
       ->type_name("NAMES");
   app.add_flag("--no-measurements", fNoMeasurements, "Skip CLBandwidth and CLCompute");
-  app.add_option("--require", fOptions.require,
-                 "Exit code 0 when met, 9 when not: opengl>=3.3, opencl>=1.2,\n"
-                 "memory>=2GiB, discrete, glsl, framebuffer, joined by commas")
-      ->type_name("EXPR");
+  CLI::Option* const require =
+      app.add_option("--require", fOptions.require,
+                     "Exit code 0 when met, 9 when not: opengl>=3.3, opencl>=1.2,\n"
+                     "memory>=2GiB, discrete, glsl, framebuffer, joined by commas")
+          ->type_name("EXPR");
   app.add_option("--get", fOptions.get, "Print one value: opengl[0].memory_bytes")
+      ->excludes(require)
       ->type_name("KEY");
   app.add_option("--label-prefix", fOptions.labelPrefix, "Of --format labels")
       ->check([](const std::string& prefix) {

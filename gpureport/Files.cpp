@@ -4,6 +4,7 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <random>
 #include <system_error>
 
 #include "gpureport/Platform.h"
@@ -23,6 +24,16 @@ bool ReadWholeFile(const std::string& path, std::string& bytes) {
   return !stream.bad() && !fs::is_directory(fs::u8path(path));
 }
 
+namespace {
+
+/// Its own for each writer of a file: they don't write into each other's.
+fs::path nameBeside(const fs::path& wanted) {
+  return wanted.parent_path() / fs::u8path("." + wanted.filename().u8string() + "." +
+                                           std::to_string(std::random_device()()) + ".new");
+}
+
+}  // namespace
+
 std::string ReplaceFileBy(const std::string& path, std::string_view bytes) {
   const fs::path named = fs::u8path(path);
   std::error_code ignored;
@@ -31,9 +42,9 @@ std::string ReplaceFileBy(const std::string& path, std::string_view bytes) {
   const fs::path wanted = there.empty() ? named : there;
   // /dev/null must stay the device that it is.
   const bool inPlace = fs::is_other(fs::status(wanted, ignored));
-  const fs::path beside =
-      inPlace ? wanted
-              : wanted.parent_path() / fs::u8path("." + wanted.filename().u8string() + ".new");
+  const fs::path beside = inPlace ? wanted : nameBeside(wanted);
+  if (!inPlace && !MakeFile(beside.u8string()))
+    return "cannot write " + path + ": " + std::strerror(errno);
   std::ofstream file(beside, std::ios::binary | std::ios::trunc);
   file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
   file.close();

@@ -44,7 +44,8 @@ nkutil::Command commandOf(const GuardOptions& options) {
 }
 
 /// Waits for the end, kills at the deadline or an interruption.
-void watch(nkutil::ConsoleApp& app, nkutil::Time deadline, GuardRun& run) {
+void watch(nkutil::ConsoleApp& app, const nkutil::Command& command, nkutil::Time deadline,
+           GuardRun& run) {
   const std::atomic<bool>& interrupted = WatchInterrupts();
   bool over = false;
   while (!over && !interrupted && nkutil::Clock::now() < deadline)
@@ -52,7 +53,8 @@ void watch(nkutil::ConsoleApp& app, nkutil::Time deadline, GuardRun& run) {
   if (!over) {
     run.interrupted = interrupted;
     const bool ended = app.Kill(kKillBudget);
-    run.status = !ended ? Status::Stuck : run.interrupted ? Status::Finished : Status::Hung;
+    over = ended && !run.interrupted && nkutil::endedInTime(app, command, deadline);
+    run.status = !ended ? Status::Stuck : over || run.interrupted ? Status::Finished : Status::Hung;
   }
   run.ending = app.ending();
   if (over && run.ending.kind != Ending::Kind::Exited) run.status = Status::Crashed;
@@ -61,15 +63,13 @@ void watch(nkutil::ConsoleApp& app, nkutil::Time deadline, GuardRun& run) {
 int codeOf(const nkutil::LaunchError& error, GuardRun& run) {
   run.status = Status::FailedToStart;
   run.startError = error.message();
-  const auto is = [&](const char* step) { return error.step == step; };
-  if (is("find the program") || is("execve") || is("CreateProcessW")) {
-    // ENOENT and ERROR_FILE_NOT_FOUND are 2, ERROR_PATH_NOT_FOUND is 3.
-    return error.code == 2 || error.code == 3 ? kGuardNotFound : kGuardNotRunnable;
-  }
-  const bool theirs = error.step.rfind("find the program", 0) == 0 ||
-                      error.step.rfind("execve", 0) == 0 ||
-                      error.step.rfind("start a batch file", 0) == 0;
-  return theirs ? kGuardNotRunnable : kGuardFailure;
+  const char* const theirs[] = {"find the program", "execve", "CreateProcessW",
+                                "start a batch file"};
+  const auto begins = [&](const char* step) { return error.step.rfind(step, 0) == 0; };
+  if (std::none_of(std::begin(theirs), std::end(theirs), begins)) return kGuardFailure;
+  // ENOENT, of a script's interpreter, too, and ERROR_FILE_NOT_FOUND are 2, ERROR_PATH_NOT_FOUND
+  // is 3.
+  return error.code == 2 || error.code == 3 ? kGuardNotFound : kGuardNotRunnable;
 }
 
 int codeOf(const GuardRun& run) {
@@ -90,10 +90,11 @@ int Guard(const GuardOptions& options) {
   if (options.deadline)
     run.deadlineSeconds = std::chrono::duration<double>(*options.deadline).count();
   nkutil::LaunchError error;
-  const auto app = nkutil::systemLauncher().launch(commandOf(options), deadline, error);
+  const nkutil::Command command = commandOf(options);
+  const auto app = nkutil::systemLauncher().launch(command, deadline, error);
   int code = 0;
   if (app) {
-    watch(*app, deadline, run);
+    watch(*app, command, deadline, run);
     run.killedProcesses = app->killedProcesses();
     run.outBytes = app->bytesRead(nkutil::Stream::Out);
     run.errBytes = app->bytesRead(nkutil::Stream::Err);

@@ -44,7 +44,7 @@ Headline headlineOf(const host::Inspection& inspection) {
     case host::Status::Complete:
       break;
     case host::Status::Partial:
-      return {Tone::Warn, "Some questions failed"};
+      return {Tone::Warn, "Some answers are missing"};
     case host::Status::Hung:
       return {Tone::Bad, "A driver hung"};
     case host::Status::Crashed:
@@ -78,7 +78,7 @@ std::string headHtml(const host::Inspection& inspection) {
   } else if (!inspection.incidents.empty()) {
     more = "A driver failed on the way; no answer was lost.";
   } else if (inspection.openGL.gpus.empty() && inspection.openCL.gpus.empty()) {
-    more = "Neither OpenGL nor OpenCL has a GPU on this machine.";
+    more = NoGpuText(inspection) + std::string(".");
   }
   return Element("header class=\"head\"",
                  Element("h1", "GPU report") +
@@ -189,6 +189,7 @@ std::string apiHtml(const char* title, const char* id, const host::Api& api, con
     const char* whenEmpty;
   };
   const auto said = [&]() -> Said {
+    if (api.notAsked) return {"not asked", Tone::Neutral, "It was left out by request."};
     switch (api.status) {
       case host::ApiStatus::Ok:
         return {"works", Tone::Good, "It works, but has no GPU."};

@@ -95,22 +95,18 @@ Got GetValue(const host::Inspection& inspection, const std::string& key) {
   return got;
 }
 
-std::string JsonLinesEnd(const host::Inspection& inspection) {
-  std::string lines;
-  for (const host::Incident& incident : inspection.incidents)
-    lines += host::ToJsonLine(incident) + "\n";
-  return lines + host::RunToJsonLine(inspection) + "\n";
-}
-
-std::string JsonLines(const host::Inspection& inspection) {
+std::string JsonLines(const host::Inspection& inspection, const Told& told) {
   std::string lines;
   for (const host::Api* api : {&inspection.openGL, &inspection.openCL})
     for (const host::Gpu& gpu : api->gpus) {
       const std::vector<host::Field>& fields = host::Fields(gpu.kind);
       for (std::size_t i = 0; i < fields.size() && i < gpu.answers.size(); ++i)
-        lines += host::ToJsonLine({gpu.tag(), fields[i].question, gpu.answers[i]}) + "\n";
+        if (told.count({gpu.tag(), fields[i].question}) == 0)
+          lines += host::ToJsonLine({gpu.tag(), fields[i].question, gpu.answers[i]}) + "\n";
     }
-  return lines + JsonLinesEnd(inspection);
+  for (const host::Incident& incident : inspection.incidents)
+    lines += host::ToJsonLine(incident) + "\n";
+  return lines + host::RunToJsonLine(inspection) + "\n";
 }
 
 std::string GuardVerdict(const GuardRun& run) {

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <optional>
+#include <set>
 #include <string>
+#include <utility>
 
 #include "host/Inspection.h"
 #include "nkutil/ConsoleApp.h"
@@ -19,10 +21,11 @@ struct Got {
 /// name with an index stands for its GPU.
 Got GetValue(const host::Inspection& inspection, const std::string& key);
 
-/// Every answer, incident and the run, one object a line, as they would have come.
-std::string JsonLines(const host::Inspection& inspection);
-/// What follows the answers there.
-std::string JsonLinesEnd(const host::Inspection& inspection);
+/// Answers by their GPU's tag and question.
+using Told = std::set<std::pair<std::string, const protocol::Question*>>;
+/// Every answer that was not told yet, each incident and the run, one object a line, as they would
+/// have come.
+std::string JsonLines(const host::Inspection& inspection, const Told& told = {});
 
 /// How a guarded program came off.
 struct GuardRun {

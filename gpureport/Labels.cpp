@@ -78,9 +78,9 @@ void writeGpu(Lines& lines, const std::string& key, const host::Gpu& gpu) {
 }
 
 void writeApi(Lines& lines, const std::string& key, const host::Api& api) {
-  // Where the driver died before it listed its GPUs, nobody knows how many there are.
-  if (api.status == host::ApiStatus::Ok || api.status == host::ApiStatus::Absent ||
-      !api.gpus.empty()) {
+  // Where the driver died before it listed its GPUs, or nobody asked, who knows how many there are.
+  const bool listed = api.status == host::ApiStatus::Ok || api.status == host::ApiStatus::Absent;
+  if ((listed && !api.notAsked) || !api.gpus.empty()) {
     lines.label(key + "count", std::to_string(api.gpus.size()));
   }
   std::optional<std::pair<int, int>> best;

@@ -26,6 +26,8 @@ int TerminalColumns(StandardStream stream);
 bool WriteBytes(StandardStream stream, std::string_view bytes);
 /// False when it can't be opened or read; "-" is standard input.
 bool ReadWholeFile(const std::string& path, std::string& bytes);
+/// Makes an empty file; false, and errno, where there is one or the system refuses.
+bool MakeFile(const std::string& path);
 /// The file is there as a whole or not at all: written under a name beside it that begins with a
 /// dot, then renamed; but a device or a pipe is written to. An empty text, or what went wrong.
 std::string ReplaceFileBy(const std::string& path, std::string_view bytes);

@@ -1,4 +1,5 @@
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -59,10 +60,21 @@ int TerminalColumns(StandardStream stream) {
 bool WriteBytes(StandardStream stream, std::string_view bytes) {
   while (!bytes.empty()) {
     const ssize_t done = write(descriptor(stream), bytes.data(), bytes.size());
-    if (done < 0 && errno != EINTR) return false;
+    if (done < 0 && errno == EAGAIN) {
+      // Whoever shares the stream with us may have made it one that does not wait.
+      pollfd full{descriptor(stream), POLLOUT, 0};
+      poll(&full, 1, -1);
+    } else if (done < 0 && errno != EINTR) {
+      return false;
+    }
     if (done > 0) bytes.remove_prefix(static_cast<std::size_t>(done));
   }
   return true;
+}
+
+bool MakeFile(const std::string& path) {
+  const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+  return file >= 0 && close(file) == 0;
 }
 
 const std::atomic<bool>& WatchInterrupts() {

@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <shellapi.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -70,6 +71,12 @@ bool WriteBytes(StandardStream stream, std::string_view bytes) {
     bytes.remove_prefix(done);
   }
   return true;
+}
+
+bool MakeFile(const std::string& path) {
+  const std::wstring wide = nkutil::toWide(path).value_or(L"");
+  const int file = _wopen(wide.c_str(), _O_WRONLY | _O_CREAT | _O_EXCL, _S_IREAD | _S_IWRITE);
+  return file >= 0 && _close(file) == 0;
 }
 
 const std::atomic<bool>& WatchInterrupts() {

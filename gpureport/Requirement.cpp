@@ -137,7 +137,7 @@ Code unseen(const host::Inspection& inspection, const host::Api& api, GPUKind ki
       break;
   }
   // A report that was torn, or an API that was left out, knows nothing.
-  return inspection.status == host::Status::Torn ? kUnanswered : kNotMet;
+  return inspection.status == host::Status::Torn || api.notAsked ? kUnanswered : kNotMet;
 }
 
 /// One GPU of the API has all of the terms that are its own or anybody's.

@@ -66,8 +66,8 @@ bool writesAnswers(const ShowOptions& options) {
          TerminalColumns(StandardStream::Out) > 0;
 }
 
-/// Answers of jsonl go out as they come, unless they are kept for a file.
-host::Inspection inspect(const ShowOptions& options, std::string* lines, bool& written) {
+/// Answers of jsonl go out as they come, but for a file.
+host::Inspection inspect(const ShowOptions& options, Told& told, bool& written) {
   Progress progress(!options.quiet && !writesAnswers(options));
   host::Options how;
   how.probe = probePath(options);
@@ -77,13 +77,10 @@ host::Inspection inspect(const ShowOptions& options, std::string* lines, bool& w
   if (!options.rehearse.empty()) how.environment = rehearsed(options.rehearse);
   how.cancelled = &WatchInterrupts();
   how.onAsking = [&](const std::string& name, int attempt) { progress.asking(name, attempt); };
-  if (options.format == Format::JsonLines && options.get.empty())
+  if (options.format == Format::JsonLines && options.get.empty() && options.output.empty())
     how.onAnswer = [&](const host::AnswerEvent& event) {
-      const std::string line = host::ToJsonLine(event) + "\n";
-      if (lines)
-        *lines += line;
-      else
-        written = WriteBytes(StandardStream::Out, line) && written;
+      told.emplace(event.tag, event.question);
+      written = WriteBytes(StandardStream::Out, host::ToJsonLine(event) + "\n") && written;
     };
   return host::Inspect(nkutil::systemLauncher(), how);
 }
@@ -113,12 +110,13 @@ TextStyle textStyle(bool toFile) {
   return style;
 }
 
-std::string rendered(const host::Inspection& inspection, const ShowOptions& options) {
+std::string rendered(const host::Inspection& inspection, const ShowOptions& options,
+                     const Told& told) {
   switch (options.format) {
     case Format::Json:
       return host::ToJson(inspection);
     case Format::JsonLines:
-      return JsonLines(inspection);
+      return JsonLines(inspection, told);
     case Format::Prometheus:
       return Prometheus(inspection);
     case Format::Labels:
@@ -161,7 +159,7 @@ int Show(const ShowOptions& options) {
     if (!parsed) return complain(kUsage, error);
     terms = std::move(*parsed);
   }
-  std::string lines;
+  Told told;
   bool written = true;
   host::Inspection inspection;
   if (options.from) {
@@ -169,14 +167,12 @@ int Show(const ShowOptions& options) {
     if (!read) return complain(kOwnFailure, error);
     inspection = std::move(*read);
   } else {
-    inspection = inspect(options, options.output.empty() ? nullptr : &lines, written);
+    inspection = inspect(options, told, written);
   }
   if (!options.get.empty()) return showValue(options, inspection);
   const int code = terms.empty() ? ExitCode(inspection) : Evaluate(terms, inspection);
   if (!written) return complain(kOwnFailure, "cannot write to standard output");
-  const bool asked = options.format == Format::JsonLines && !options.from;
-  return deliver(options, asked ? lines + JsonLinesEnd(inspection) : rendered(inspection, options),
-                 code);
+  return deliver(options, rendered(inspection, options, told), code);
 }
 
 }  // namespace gpureport

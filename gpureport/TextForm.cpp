@@ -5,6 +5,7 @@
 #include "gpureport/Columns.h"
 #include "gpureport/GpuText.h"
 #include "gpureport/Markup.h"
+#include "gpureport/Values.h"
 
 namespace gpureport {
 
@@ -64,10 +65,10 @@ std::string statusText(const host::Inspection& inspection) {
   switch (inspection.status) {
     case host::Status::Complete:
       return inspection.openGL.gpus.empty() && inspection.openCL.gpus.empty()
-                 ? "No GPU: neither OpenGL nor OpenCL has one here"
+                 ? NoGpuText(inspection)
                  : "Complete";
     case host::Status::Partial:
-      return "Partial: a question failed";
+      return "Partial: answers are missing";
     case host::Status::Hung:
       return "A driver hung";
     case host::Status::Crashed:
@@ -158,7 +159,8 @@ void addApi(const host::Api& api, const char* name, Page& page) {
   if (!api.gpus.empty()) return;
   using Status = host::ApiStatus;
   const bool fine = api.status == Status::Absent || api.status == Status::Ok;
-  const char* why = fine                            ? "no GPU"
+  const char* why = api.notAsked                    ? "not asked"
+                    : fine                          ? "no GPU"
                     : api.status == Status::Hung    ? "no answer, the driver hung"
                     : api.status == Status::Crashed ? "no answer, the driver crashed"
                                                     : "no answer, the driver failed";

@@ -30,4 +30,12 @@ std::string Cut(const std::string& text, std::size_t bytes) {
   return valid.substr(0, end);
 }
 
+const char* NoGpuText(const host::Inspection& inspection) {
+  if (inspection.openGL.notAsked && inspection.openCL.notAsked)
+    return "No GPU: neither OpenGL nor OpenCL was asked";
+  if (inspection.openGL.notAsked) return "No GPU: OpenCL has none here, OpenGL was not asked";
+  if (inspection.openCL.notAsked) return "No GPU: OpenGL has none here, OpenCL was not asked";
+  return "No GPU: neither OpenGL nor OpenCL has one here";
+}
+
 }  // namespace gpureport

@@ -22,6 +22,9 @@ std::string TypeOf(const host::Gpu& gpu);
 /// At most so many bytes, valid UTF-8.
 std::string Cut(const std::string& text, std::size_t bytes);
 
+/// Of a machine on which no GPU answered: whose word that is.
+const char* NoGpuText(const host::Inspection& inspection);
+
 using host::UtcTime;
 
 }  // namespace gpureport

@@ -58,7 +58,8 @@ ApiFindings::ApiFindings(protocol::GPUKind kind, const std::set<std::string>& re
       fQuestions(FirstQuestion(kind)),
       fQuestionCount(static_cast<std::size_t>(std::count_if(
           std::begin(protocol::kQuestions), std::end(protocol::kQuestions),
-          [kind](const protocol::Question& question) { return question.gpu == kind; }))) {}
+          [kind](const protocol::Question& question) { return question.gpu == kind; }))),
+      fNotAsked(requestedSkips.count(name()) > 0) {}
 
 const char* ApiFindings::name() const {
   return fKind == protocol::GPUKind::OpenGL ? "OpenGL" : "OpenCL";
@@ -120,7 +121,7 @@ void ApiFindings::setCount(int count) {
 
 void ApiFindings::skip(bool byRequest) {
   fSkips = true;
-  fAbsent = fAbsent || byRequest;
+  fNotAsked = fNotAsked || byRequest;
 }
 
 void ApiFindings::pass() {
@@ -197,7 +198,7 @@ void ApiFindings::giveUp(ApiStatus how) {
 }
 
 bool ApiFindings::isSettled() const {
-  return fGivenUp || fAbsent || fRequestedSkips.count(name()) > 0 ||
+  return fGivenUp || fAbsent || fNotAsked ||
          std::any_of(fGenerations.begin(), fGenerations.end(),
                      [](const Generation& generation) { return generation.isSettled(); });
 }
@@ -244,9 +245,8 @@ std::vector<Gpu> ApiFindings::gpus() const {
 
 ApiStatus ApiFindings::status() const {
   const std::vector<Gpu> all = gpus();
-  const bool requested = fRequestedSkips.count(name()) > 0;
   ApiStatus worst = !all.empty()                                    ? ApiStatus::Ok
-                    : fAbsent || requested || !fGenerations.empty() ? ApiStatus::Absent
+                    : fAbsent || fNotAsked || !fGenerations.empty() ? ApiStatus::Absent
                                                                     : ApiStatus::Failed;
   const auto take = [&worst](ApiStatus status) {
     if (badness(status) > badness(worst)) worst = status;

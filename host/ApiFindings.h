@@ -61,6 +61,8 @@ class ApiFindings {
   /// The GPUs of which most is known.
   std::vector<Gpu> gpus() const;
   ApiStatus status() const;
+  /// The API was left out as a whole by request, so that it may have GPUs.
+  bool notAsked() const { return fNotAsked && fGenerations.empty(); }
 
  private:
   struct Known {
@@ -93,6 +95,7 @@ class ApiFindings {
   std::optional<ApiStatus> fStageLoss;  ///< the worst
   bool fGivenUp = false;
   bool fAbsent = false;  ///< an attempt went past without a count
+  bool fNotAsked;        ///< by request
   int fLosses = 0;
   // Of the attempt that runs:
   std::vector<std::string> fDevices;

@@ -122,8 +122,8 @@ std::string Findings::skipList() const {
 }
 
 void Findings::conclude(Inspection& result) {
-  result.openGL = {fOpenGL.status(), fOpenGL.gpus()};
-  result.openCL = {fOpenCL.status(), fOpenCL.gpus()};
+  result.openGL = {fOpenGL.status(), fOpenGL.notAsked(), fOpenGL.gpus()};
+  result.openCL = {fOpenCL.status(), fOpenCL.notAsked(), fOpenCL.gpus()};
   result.unknownKeys = std::move(fUnknownKeys);
 }
 

@@ -50,7 +50,7 @@ class Supervision {
 
  private:
   /// Why reading an attempt's lines came to its end.
-  enum class Stop { Closed, Silent, Cancelled };
+  enum class Stop { Closed, Silent, OutOfTime };
 
   /// The time for a culprit and a kill.
   static Milliseconds reserve(Milliseconds deadline) {
@@ -59,7 +59,10 @@ class Supervision {
   bool isCancelled() const { return fOptions.cancelled && *fOptions.cancelled; }
   Milliseconds patience() const;
   /// Until when the probe may be silent.
-  Time limit() const { return std::min(plus(fLastLine, fPatience), fEnd); }
+  Time silentUntil() const { return plus(fLastLine, fPatience); }
+  Time limit() const { return std::min(silentUntil(), fEnd); }
+  /// At the limit: whom the deadline cuts off before its patience ended, that one has not hung.
+  Stop atLimit() const { return silentUntil() <= fEnd ? Stop::Silent : Stop::OutOfTime; }
   nkutil::Command command() const;
   bool attempt();
   bool kill(nkutil::ConsoleApp& app);
@@ -145,11 +148,12 @@ bool Supervision::attempt() {
   }
   fAskedAt = fLastLine = fLauncher.now();
   fPatience = patience();
-  const Stop stop = read(*app);
+  Stop stop = read(*app);
+  if (stop == Stop::Closed && !app->waitForEnd(limit())) stop = atLimit();
   std::optional<Incident> incident;
-  if (stop == Stop::Cancelled) {
+  if (stop == Stop::OutOfTime) {
     if (!kill(*app)) incident = newIncident(Incident::Kind::Stuck);
-  } else if (stop == Stop::Silent || !app->waitForEnd(limit())) {
+  } else if (stop == Stop::Silent) {
     incident = endHung(*app);
   } else {
     const nkutil::Ending ending = app->ending();
@@ -160,7 +164,7 @@ bool Supervision::attempt() {
   const std::string asked = fFindings.asked();
   readRest(*app);
   if (incident) fResult.incidents.push_back(*incident);
-  if (stop == Stop::Cancelled) return false;
+  if (stop == Stop::OutOfTime) return false;
   if (incident && !fFindings.ended()) return learnFrom(*incident, asked);
   // Told the same again, a probe says nothing new.
   return fFindings.skipList() != skipped;
@@ -187,8 +191,8 @@ Supervision::Stop Supervision::read(nkutil::ConsoleApp& app) {
         break;
     }
     // After a line, too: standard error is no sign of life and may never pause.
-    if (isCancelled()) return Stop::Cancelled;
-    if (fLauncher.now() >= limit()) return Stop::Silent;
+    if (isCancelled()) return Stop::OutOfTime;
+    if (fLauncher.now() >= limit()) return atLimit();
   }
 }
 

@@ -27,7 +27,8 @@ struct Options {
   /// Hung is what writes nothing for this long; stages, CLBandwidth and CLCompute have twice of it.
   /// Never over a third of the deadline.
   nkutil::Milliseconds silence{5000};
-  std::vector<std::string> skip;  ///< names as in GPUPROBE_SKIP, a comma as it stands
+  /// Names as in GPUPROBE_SKIP, a comma as it stands; that variable's own value counts nothing.
+  std::vector<std::string> skip;
   /// For the probe, beside our own variables.
   std::vector<std::pair<std::string, std::optional<std::string>>> environment;
 

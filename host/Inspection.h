@@ -57,6 +57,7 @@ enum class ApiStatus { Ok, Absent, Hung, Crashed, Failed };
 
 struct Api {
   ApiStatus status = ApiStatus::Absent;
+  bool notAsked = false;  ///< it was left out as a whole by request
   std::vector<Gpu> gpus;
 };
 

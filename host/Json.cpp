@@ -63,7 +63,7 @@ Json gpuJson(const Gpu& gpu) {
 Json apiJson(const Api& api) {
   Json gpus = Json::array();
   for (const Gpu& gpu : api.gpus) gpus.push_back(gpuJson(gpu));
-  return {{"status", name(api.status)}, {"gpus", std::move(gpus)}};
+  return {{"status", name(api.status)}, {"not_asked", api.notAsked}, {"gpus", std::move(gpus)}};
 }
 
 Json incidentJson(const Incident& incident) {

@@ -133,6 +133,7 @@ int readIndex(const ParsedJson& gpu, protocol::GPUKind kind) {
 Api readApi(const ParsedJson& json, protocol::GPUKind kind) {
   Api api;
   api.status = word(text(json, "status"), ApiStatus::Failed, "status");
+  api.notAsked = member(json, "not_asked") == true;
   const ParsedJson& gpus = member(json, "gpus");
   if (!gpus.is_array()) refuse("gpus");
   for (const ParsedJson& each : gpus) {

@@ -32,22 +32,35 @@ std::uint32_t currentThreadNumber() {
   return static_cast<std::uint32_t>(gettid());
 }
 
+namespace {
+
+/// A thread that is started meanwhile takes none of the host's signals.
+class SignalsBlocked {
+ public:
+  SignalsBlocked() {
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &fBefore);
+  }
+  ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &fBefore, nullptr); }
+  SignalsBlocked(const SignalsBlocked&) = delete;
+  SignalsBlocked& operator=(const SignalsBlocked&) = delete;
+
+ private:
+  sigset_t fBefore{};
+};
+
+}  // namespace
+
 std::thread startThread(std::function<void()> body) {
   if (systemCall(Call::Thread, -1, [] { return 0; }) != 0) return {};
-  sigset_t all;
-  sigset_t before;
-  sigfillset(&all);
-  pthread_sigmask(SIG_SETMASK, &all, &before);
-  std::thread thread;
-  int error = 0;
+  const SignalsBlocked blocked;
   try {
-    thread = std::thread(std::move(body));
+    return std::thread(std::move(body));
   } catch (const std::system_error& failure) {
-    error = failure.code().value();
+    errno = failure.code().value();
+    return {};
   }
-  pthread_sigmask(SIG_SETMASK, &before, nullptr);
-  errno = error;
-  return thread;
 }
 
 }  // namespace nkutil

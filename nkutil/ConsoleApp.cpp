@@ -82,6 +82,11 @@ std::string Ending::name() const {
   return "unknown";
 }
 
+bool endedInTime(const ConsoleApp& app, const Command& command, Time deadline) {
+  const std::optional<Time> ended = app.entered(AppState::Finishing);
+  return ended && *ended <= deadline && deadline <= *ended + command.drainBudget;
+}
+
 RunResult Run(ConsoleAppLauncher& launcher, const Command& command, Time deadline) {
   RunResult result;
   LaunchError error;
@@ -90,8 +95,9 @@ RunResult Run(ConsoleAppLauncher& launcher, const Command& command, Time deadlin
     result.error = std::move(error);
     return result;
   }
-  result.timedOut = !app->waitForEnd(deadline);
-  if (result.timedOut) result.stuck = !app->Kill(command.killBudget);
+  const bool over = app->waitForEnd(deadline);
+  if (!over) result.stuck = !app->Kill(command.killBudget);
+  result.timedOut = !over && !endedInTime(*app, command, deadline);
   result.ending = app->ending();
   result.killedProcesses = app->killedProcesses();
   result.out = app->takeBytes(Stream::Out);

@@ -208,11 +208,16 @@ class ConsoleAppLauncher {
 /// The launcher of this system (LauncherWin, LauncherLinux). Never destroyed.
 ConsoleAppLauncher& systemLauncher();
 
+/// Where the deadline came before Finished or Crashed: whether the program ended by itself before
+/// it and the deadline only cut the drain of its streams short. Not where a reader of ours takes
+/// longer than a drain may.
+bool endedInTime(const ConsoleApp& app, const Command& command, Time deadline);
+
 /// What Run() learnt.
 struct RunResult {
   std::optional<LaunchError> error;  ///< set: nothing was started, and nothing else here counts
   Ending ending;
-  bool timedOut = false;  ///< the deadline came before the end, so that it was killed
+  bool timedOut = false;  ///< it had not ended by itself at the deadline; see endedInTime()
   bool stuck = false;     ///< the kill did not end it all
   int killedProcesses = 0;
   Buffer::Bytes out;

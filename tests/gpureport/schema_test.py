@@ -4,6 +4,7 @@ import copy
 import functools
 import json
 import operator
+import os
 import subprocess
 
 import jsonschema
@@ -32,6 +33,17 @@ def every_json_is_valid_to_the_last_member():
         validator.validate(json.loads(text))
 
 
+def a_json_comes_whole_through_a_pipe_that_does_not_wait():
+    reading, writing = os.pipe()
+    os.set_blocking(writing, False)
+    with subprocess.Popen([GPUREPORT, "--from", "-", "--format", "json"], stdin=subprocess.PIPE,
+                          stdout=writing) as tool, open(reading, encoding="utf-8") as pipe:
+        tool.stdin.write(STATES["hostile"])
+        tool.stdin.close()
+        os.close(writing)
+        json.loads(pipe.read())
+
+
 def what_is_wrong_is_not_valid():
     gpu = ("opengl", "gpus", 0)
     for *path, member, value in (
@@ -43,4 +55,5 @@ def what_is_wrong_is_not_valid():
         assert not jsonschema.Draft202012Validator(SCHEMA).is_valid(bad), (path, member)
 
 
-run(every_json_is_valid_to_the_last_member, what_is_wrong_is_not_valid)
+run(every_json_is_valid_to_the_last_member, a_json_comes_whole_through_a_pipe_that_does_not_wait,
+    what_is_wrong_is_not_valid)

@@ -33,6 +33,7 @@ class FakeProbe {
   std::vector<std::string> devices = {"/dev/a", "/dev/b"};
   std::vector<std::string> platforms = {"P", "Q, R"};
   int attempts = 0;
+  Milliseconds pace{1};  // between two lines
 
   nkutil::Script play(const nkutil::Command& command) {
     ++attempts;
@@ -59,7 +60,7 @@ class FakeProbe {
     }
   }
   void write(const std::string& line, nkutil::Stream stream = nkutil::Stream::Out) {
-    fScript.output.push_back({fAt += Milliseconds{1}, stream, line + "\r\n"});
+    fScript.output.push_back({fAt += pace, stream, line + "\r\n"});
   }
   bool skips(const std::string& name) {
     if (fSkipped.count(name)) write("# skipped " + name);
@@ -283,12 +284,19 @@ TEST(Inspect, ManyFaults) {
   }
 }
 
-// However short the time is, a fault of one API leaves the other's answers.
+// However short the time is, a fault of one API leaves the other's answers. Who is slow is no
+// fault.
 TEST(Inspect, ShortDeadlineIsShared) {
+  Options options;
+  options.deadline = Milliseconds{3000};
+  FakeProbe slow;
+  slow.pace = Milliseconds{200};
+  const Inspection cut = inspect(slow, options);
+  EXPECT_EQ(outcome(cut), "partial, failed 2, failed 0");
+  EXPECT_THAT(missing(cut), Each(EndsWith(" not_reached")));
+  EXPECT_THAT(cut.incidents, IsEmpty());
   for (const char* at : {"ZOROGLInitialized", "NumGLGPUs /dev/a", "glgpu[0].GLName", "glgpu*"}) {
     FakeProbe probe({{at, kHang, kEvery}});
-    Options options;
-    options.deadline = Milliseconds{3000};
     const Inspection result = inspect(probe, options);
     EXPECT_EQ(result.status, Status::Hung) << at;
     EXPECT_EQ(result.openCL.status, ApiStatus::Ok) << at;

@@ -39,14 +39,15 @@ TEST(ScriptedLauncher, PlaysEverySortOfProgramInNoTime) {
   stuck.stuck = true;
   Script missing;
   missing.error = LaunchError{"find the program", 2, "No such file", "probe"};
-  ScriptedLauncher launcher({good, held, crash, hung, stuck, missing});
-  using Row = std::tuple<const char*, const char*, Milliseconds>;
-  for (const auto& [text, ending, takes] :
-       {Row("a\nbc\n", "exit code 0", 100ms), Row("a\nbc\n", "exit code 0", 300ms),
-        Row("a\nbc\n", "SIGSEGV", 100ms), Row("a\n", "SIGKILL", 60001ms),
-        Row("a\n", "unknown", 60100ms)}) {
+  ScriptedLauncher launcher({good, held, held, crash, hung, stuck, missing});
+  using Row = std::tuple<const char*, const char*, Milliseconds, Milliseconds>;
+  for (const auto& [text, ending, deadline, takes] :
+       {Row("a\nbc\n", "exit code 0", 60s, 100ms), Row("a\nbc\n", "exit code 0", 60s, 300ms),
+        Row("a\nbc\n", "exit code 0", 299ms, 300ms),  // the deadline cuts the drain short
+        Row("a\nbc\n", "SIGSEGV", 60s, 100ms), Row("a\n", "SIGKILL", 60s, 60001ms),
+        Row("a\n", "unknown", 60s, 60100ms)}) {
     const Time begin = launcher.now();
-    const RunResult result = nkutil::Run(launcher, {}, begin + 60s);
+    const RunResult result = nkutil::Run(launcher, {}, begin + deadline);
     EXPECT_EQ(result.out.text, text);
     EXPECT_EQ(result.ending.name(), ending);
     EXPECT_EQ(launcher.now() - begin, takes);
@@ -56,7 +57,7 @@ TEST(ScriptedLauncher, PlaysEverySortOfProgramInNoTime) {
   }
   for (const char* part : {"cannot start probe: find the program: No such file (2)", "no script"})
     EXPECT_NE(nkutil::Run(launcher, {}, kForever).error->message().find(part), std::string::npos);
-  EXPECT_EQ(launcher.commands().size(), 7U);
+  EXPECT_EQ(launcher.commands().size(), 8U);
 }
 
 TEST(Channel, LinesInTheOrderOfTheirEnds) {

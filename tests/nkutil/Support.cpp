@@ -12,14 +12,6 @@ Command zoo(std::vector<std::string> arguments) {
   return command;
 }
 
-Time in(int ms) {
-  return Clock::now() + Milliseconds(ms);
-}
-
-RunResult run(const Command& command, Time deadline) {
-  return nkutil::Run(systemLauncher(), command, deadline);
-}
-
 std::unique_ptr<ConsoleApp> launch(const Command& command) {
   LaunchError error;
   auto app = systemLauncher().launch(command, in(kEnough), error);
@@ -32,10 +24,6 @@ bool runsOnOwnStreams() {
   command.input = Command::Input::Host;
   command.err.to = Command::Output::To::Host;
   return run(command).ending.name() == "exit code 0" && run(zoo({"say", "x"})).out.text == "x";
-}
-
-double millisecondsSince(Time from, Time to) {
-  return std::chrono::duration<double, std::milli>(to - from).count();
 }
 
 NothingLeft::~NothingLeft() {

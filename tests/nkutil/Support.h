@@ -13,14 +13,20 @@ namespace nkutil::test {
 std::string ownPath();
 /// The zoo beside this program.
 Command zoo(std::vector<std::string> arguments);
-Time in(int milliseconds);
+inline Time in(int milliseconds) {
+  return Clock::now() + Milliseconds(milliseconds);
+}
 /// Run() on this system, by default with a deadline that no right run comes near.
-RunResult run(const Command& command, Time deadline = in(60000));
+inline RunResult run(const Command& command, Time deadline = in(60000)) {
+  return nkutil::Run(systemLauncher(), command, deadline);
+}
 /// Launches on this system; expects that all is well.
 std::unique_ptr<ConsoleApp> launch(const Command& command);
 /// Whether programs run with the host's own input and errors, and without.
 bool runsOnOwnStreams();
-double millisecondsSince(Time from, Time to = Clock::now());
+inline double millisecondsSince(Time from, Time to = Clock::now()) {
+  return std::chrono::duration<double, std::milli>(to - from).count();
+}
 
 constexpr int kEnough = 60000;
 constexpr int kShort = 3000;            // a start under a tool on a busy machine takes its time
@@ -50,7 +56,7 @@ struct BadStart {
 std::vector<Row> systemRows();
 std::vector<BadStart> systemBadStarts();
 /// Codes that its calls are made to fail with.
-std::vector<int> faultCodes();
+extern const std::vector<int> kFaultCodes;
 
 /// Descriptors or handles that are open here.
 int openHandles();

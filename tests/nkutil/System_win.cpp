@@ -29,9 +29,7 @@ std::vector<BadStart> systemBadStarts() {
           {ownPath() + ".txt", "CreateProcessW", "", "hello"}};
 }
 
-std::vector<int> faultCodes() {
-  return {ERROR_NO_SYSTEM_RESOURCES};
-}
+const std::vector<int> kFaultCodes = {ERROR_NO_SYSTEM_RESOURCES};
 
 int openHandles() {
   DWORD count = 0;
@@ -51,13 +49,6 @@ int zooProcesses() {
 }
 
 namespace {
-
-/// A program with windows only has no standard handles.
-void haveNoStreams() {
-  for (const DWORD which : {STD_INPUT_HANDLE, STD_OUTPUT_HANDLE, STD_ERROR_HANDLE})
-    SetStdHandle(which, nullptr);
-  std::_Exit(runsOnOwnStreams() ? 0 : 1);
-}
 
 TEST(ArgumentsWin, ComeBackExactly) {
   std::mt19937 random(20261121);  // NOLINT(cert-msc51-cpp): the same cases every time
@@ -104,7 +95,12 @@ TEST(LaunchWin, ProgramOnALongPath) {
 }
 
 TEST(HostDeathTest, NeedsNoStreams) {
-  EXPECT_EXIT(haveNoStreams(), testing::ExitedWithCode(0), "");
+  const auto host = [] {  // as a program with windows only
+    for (const DWORD which : {STD_INPUT_HANDLE, STD_OUTPUT_HANDLE, STD_ERROR_HANDLE})
+      SetStdHandle(which, nullptr);
+    std::_Exit(runsOnOwnStreams() ? 0 : 1);
+  };
+  EXPECT_EXIT(host(), testing::ExitedWithCode(0), "");
 }
 
 }  // namespace

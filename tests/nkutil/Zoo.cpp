@@ -26,6 +26,12 @@ void say(const std::string& text) {
   std::fflush(stdout);
 }
 
+/// Ends when the byte above is 0, which it never is; the compiler can't know.
+int overflow(const volatile char* above) {
+  volatile char here[4096] = {*above};
+  return *above ? overflow(here) + here[0] : 0;
+}
+
 void sleepMs(int milliseconds) {
   std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
 }
@@ -34,6 +40,7 @@ void sleepMs(int milliseconds) {
 const zoo::Modes kModes = {
     {"exit", [](const Arguments& a) { std::exit(std::stoi(a[0])); }},
     {"abort", [](const Arguments&) { std::abort(); }},
+    {"overflow", [](const Arguments&) { overflow("x"); }},
     {"say", [](const Arguments& a) { say(a[0]); }},
     {"zeros", [](const Arguments&) { say(std::string("a\0b\n", 4)); }},
     {"lines", [](const Arguments&) { say("a\r"), sleepMs(500), say("\nb\r\n" + std::string(64 << 20, 'x') + "\n"); }},

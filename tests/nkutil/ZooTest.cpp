@@ -187,13 +187,6 @@ TEST(HostDeathTest, TakesItsChildAlong) {
   EXPECT_EXIT(host(), testing::ExitedWithCode(1), "");
 }
 
-long residentPages() {
-  std::ifstream file("/proc/self/statm");
-  long pages = 0;
-  file >> pages >> pages;
-  return pages;
-}
-
 TEST(ManyLaunches, InARowLeakNothing) {
   // More for the full proof; fewer for tools and systems on which a launch takes long.
   const char* wanted = std::getenv("NKUTIL_LAUNCHES");
@@ -206,10 +199,12 @@ TEST(ManyLaunches, InARowLeakNothing) {
   };
   launches(std::max(count / 10, 20));
   const NothingLeft nothing;
-  const long pages = residentPages();
+  long pages = 0;
+  long after = 0;
+  std::ifstream("/proc/self/statm") >> pages >> pages;
   launches(count);
-  // Tools keep memory of their own for each.
-  EXPECT_LE(count < 1000 ? 0 : residentPages(), pages + 256);
+  std::ifstream("/proc/self/statm") >> after >> after;
+  EXPECT_LE(count < 1000 ? 0 : after, pages + 256);  // tools keep memory of their own for each
 }
 
 void launchEight() {
@@ -266,9 +261,9 @@ TEST(Faults, EachCallFailingOnceLeavesNothing) {
   constexpr int kMost = 12;  // of a kind; a look at all processes makes hundreds
   for (const auto scenario : {runToItsEnd, killItsTree}) {
     scenario();  // whatever is made once is made
-    for (int i = 0; i < kKinds * static_cast<int>(faultCodes().size()); ++i) {
+    for (int i = 0; i < kKinds * static_cast<int>(kFaultCodes.size()); ++i) {
       failingKind = i % kKinds;
-      faultCode = faultCodes()[i / kKinds];
+      faultCode = kFaultCodes[i / kKinds];
       callsLeft = 0;
       for (int n = 1; n <= kMost && callsLeft < 1; ++n) {
         const NothingLeft nothing;

@@ -33,16 +33,15 @@ void showInherited() {
     if (line.substr(0, 3) == "Sig" && line[3] != 'Q') std::cout << line << "\n";
 }
 
-void trace(pid_t victim) {
-  if (ptrace(PTRACE_SEIZE, victim, nullptr, nullptr) == 0) std::cout << "tracing" << std::endl;
-  pause();
-}
-
 }  // namespace
 
 int main(int count, char** values) {
   return zoo::run({values, values + count},
                   {{"raise", [](const zoo::Arguments& a) { raise(std::stoi(a[0])); }},
                    {"inherited", [](const zoo::Arguments&) { showInherited(); }},
-                   {"trace", [](const zoo::Arguments& a) { trace(std::stoi(a[0])); }}});
+                   {"trace", [](const zoo::Arguments& a) {
+                      if (ptrace(PTRACE_SEIZE, std::stoi(a[0]), nullptr, nullptr) == 0)
+                        std::cout << "tracing" << std::endl;
+                      pause();
+                    }}});
 }
