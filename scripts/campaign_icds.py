@@ -81,7 +81,7 @@ class IcdCampaign(Campaign):
         yield from judge_rest(case, run, True)
         if run.seconds > self.limit(False) + 1:
             yield f"json: after {run.seconds:.1f} s"
-        yield from judge_status(run, report["run"]["status"])
+        yield from judge_status(run, report)
         found = gpus_of(report)
         lost = [driver for driver in case.function.split(",")
                 if not set(gpus_of(self.healthy[driver])) <= set(found)]

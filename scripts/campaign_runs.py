@@ -17,8 +17,8 @@ import tempfile
 import threading
 import time
 
-from campaign_contract import (PATIENCE, Case, Healthy, Run, comparable, fault_of, has_struck,
-                               judge_probe, judge_report)
+from campaign_contract import (PATIENCE, Case, Healthy, Run, answers_of, comparable, fault_of,
+                               has_struck, judge_probe, judge_report, lines_of_gpus)
 from campaign_platforms import ROOT, Linux, Windows
 
 # What hangs on purpose is ended this long after it was struck.
@@ -183,9 +183,9 @@ class Campaign:
                     calls[line.split()[1]].append(len(lines))
                 else:
                     lines.append(comparable(line.encode("latin-1")))
-            self.healthy[front] = Healthy(lines, calls, self.healthy_report(front))
+            self.healthy[front] = Healthy(lines, calls, self.healthy_report(front, lines))
 
-    def healthy_report(self, front):
+    def healthy_report(self, front, lines):
         if not self.supervised:
             return None
         self.deadline = 60.0
@@ -194,7 +194,12 @@ class Campaign:
             sys.exit(f"the healthy run fails: {self.command(front, '')}\n{runs[0].out.decode()}")
         # A machine that is busy with us alone answers in a fraction of the deadline.
         self.deadline = max(3.0, 8 * max(run.seconds for run in runs))
-        return json.loads(runs[0].out)
+        report = json.loads(runs[0].out)
+        fields = collections.Counter(tag for api in ("opengl", "opencl")
+                                     for tag, _ in answers_of(report, api))
+        if any(lines_of_gpus(lines)[tag] != count for tag, count in fields.items()):
+            sys.exit("a GPU's fields are not its lines")
+        return report
 
     def cases(self):
         pick = random.Random(self.options.seed)
@@ -243,8 +248,8 @@ class Campaign:
         made = healthy.calls.get(case.function)
         before = made[number - 1] if made else 0
         if self.supervised:
-            return list(judge_report(case, run, healthy, before,
-                                     self.limit(case.kind == "hangs")))
+            return list(judge_report(case, run, healthy, before, self.limit(case.kind == "hangs"),
+                                     self.platform.culprits))
         return judge_probe(case, run, healthy, before, self.platform.fatal)
 
     def try_case(self, case):

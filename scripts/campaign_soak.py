@@ -43,9 +43,9 @@ def soak(campaign, minutes):
         began = time.monotonic()
         case = pick.choice(cases)
         run = campaign.run(case.front, fault_of(case), case.kind == "hangs", case.once, True)
-        status = json.loads(run.out)["run"]["status"]
-        found = [*judge_rest(case, run, True), *judge_status(run, status)]
-        runs[status] += 1
+        report = json.loads(run.out)
+        found = [*judge_rest(case, run, True), *judge_status(run, report)]
+        runs[report["run"]["status"]] += 1
         broken += bool(found)
         if found:
             print(fault_of(case), "; ".join(found), flush=True)
