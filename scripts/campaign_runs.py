@@ -48,33 +48,56 @@ def become_reaper():
     ctypes.CDLL(None).prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0)
 
 
-def members(session):
-    """The processes of a session, with their states."""
-    found = []
+def processes():
+    """All of the machine, as (pid, state, parent, session)."""
     for folder in pathlib.Path("/proc").glob("[0-9]*"):
         try:
             fields = (folder / "stat").read_text().rsplit(")", 1)[1].split()
         except OSError:
             continue
-        if int(fields[3]) == session:
-            found.append((int(folder.name), fields[0]))
-    return found
+        yield int(folder.name), fields[0], int(fields[1]), int(fields[3])
 
 
-def end_session(session):
-    """Ends what is left of a run; says what there was."""
-    left = members(session)
-    for pid, _ in left:
-        try:
-            os.kill(pid, signal.SIGKILL)
-        except ProcessLookupError:
-            pass
-    for pid, _ in left:
-        try:
-            os.waitpid(pid, 0)
-        except ChildProcessError:
-            pass
-    return left
+def take_end(pid, flags=0):
+    try:
+        os.waitpid(pid, flags)
+    except ChildProcessError:
+        pass
+
+
+class Sessions:
+    """The runs at work: each has a session of its own."""
+
+    def __init__(self):
+        self.lock = threading.Lock()
+        self.running = set()
+
+    def start(self, command, **how):
+        with self.lock:
+            child = subprocess.Popen(command, start_new_session=True, **how)
+            self.running.add(child.pid)
+            return child
+
+    def end(self, session):
+        """Ends what is left of a run; says what there was."""
+        left = [(pid, state) for pid, state, _, of in processes() if of == session]
+        for pid, _ in left:
+            try:
+                os.kill(pid, signal.SIGKILL)
+            except ProcessLookupError:
+                pass
+        for pid, _ in left:
+            take_end(pid)
+        with self.lock:
+            self.running.discard(session)
+            self.bury_adopted()
+        return left
+
+    def bury_adopted(self):
+        """What left its run's session, as Wine's processes do, became a child of ours."""
+        for pid, state, parent, session in processes():
+            if state == "Z" and parent == os.getpid() and session not in {os.getsid(0), *self.running}:
+                take_end(pid, os.WNOHANG)
 
 
 class Campaign:
@@ -87,6 +110,7 @@ class Campaign:
         self.folder.mkdir(parents=True, exist_ok=True)
         self.scratch = pathlib.Path(tempfile.mkdtemp(prefix="campaign-"))
         self.platform = Windows() if options.platform == "windows" else Linux(options.build)
+        self.sessions = Sessions()
         self.healthy = {}
         self.deadline = 3.0
         self.supervised = options.report
@@ -129,12 +153,11 @@ class Campaign:
         if once:
             variables["GPUPROBE_FAULT_ONCE"] = self.platform.path(place / "once")
         begin = time.monotonic()
-        child = subprocess.Popen(
-            self.program(supervised, hangs), cwd=home, env=variables, stdin=subprocess.DEVNULL, stdout=out,
-            stderr=err, start_new_session=True)
+        child = self.sessions.start(self.program(supervised, hangs), cwd=home, env=variables,
+                                    stdin=subprocess.DEVNULL, stdout=out, stderr=err)
         ended = self.wait(child, lambda: has_struck(trace, fault), hangs and not supervised)
         seconds = time.monotonic() - begin
-        left = end_session(child.pid)
+        left = self.sessions.end(child.pid)
         out.seek(0)
         err.seek(0)
         struck = has_struck(trace, fault)
