@@ -74,7 +74,7 @@ class IcdCampaign(Campaign):
         run = self.run(case.function, supervised=True)
         return {"fault": fault_of(case), "front": case.front, "code": run.code, "seconds": round(run.seconds, 2),
                 "broken": list(self.judge_together(case, run)),
-                "command": f"scripts/campaign icds --only {case.function}"}
+                "command": self.command_again(case.function)}
 
     def judge_together(self, case, run):
         report = json.loads(run.out)

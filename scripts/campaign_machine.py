@@ -137,8 +137,9 @@ class MachineCampaign(Campaign):
         broken = list(judge_machine(case, run, self.healthy[case.front],
                                     devices_of(self.machines[case.front])))
         row = ["machine", "figure" if case.action in FIGURES else case.action]
-        return {"fault": fault_of(case), "front": case.front, "row": row, "code": run.code, "seconds": round(run.seconds, 2), "broken": broken,
-                "command": f"scripts/campaign machine --only '{case.front}/{fault_of(case)}'"}
+        return {"fault": fault_of(case), "front": case.front, "row": row, "code": run.code,
+                "seconds": round(run.seconds, 2), "broken": broken,
+                "command": self.command_again(f"{case.front}/{fault_of(case)}")}
 
 
 def by_renderer(lines):

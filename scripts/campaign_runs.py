@@ -126,9 +126,18 @@ class Campaign:
                 filter(None, [fault, variables.get("GPUPROBE_FAULT")]))
         return variables
 
-    def command(self, front, fault, hangs=False):
+    def command(self, front, fault, hangs=False, once=False):
         words = [f"{name}={value}" for name, value in self.environment(front, fault).items()]
-        return shlex.join(["env", *words, *self.program(self.supervised, hangs)])
+        # The shell that repeats it makes the name of a new file.
+        new_file = f'GPUPROBE_FAULT_ONCE="{self.platform.path("$(mktemp -u)")}" ' if once else ""
+        return (f"{shlex.join(['env', *words])} {new_file}"
+                f"{shlex.join(self.program(self.supervised, hangs))}")
+
+    def command_again(self, only):
+        """What tries the cases with this text again."""
+        report = ["--report"] if self.options.report else []
+        return shlex.join(["scripts/campaign", self.section, *report, "--build", self.options.build,
+                           "--seed", str(self.options.seed), "--only", only])
 
     def program(self, supervised, hangs):
         if supervised:
@@ -282,7 +291,7 @@ class Campaign:
         return {"fault": fault_of(case), "front": case.front, "kind": case.kind,
                 "code": run.code, "struck": run.struck,
                 "seconds": round(time.monotonic() - begin, 2), "broken": broken,
-                "command": self.command(case.front, fault_of(case), case.kind == "hangs")}
+                "command": self.command(case.front, fault_of(case), case.kind == "hangs", case.once)}
 
     # The state of a campaign that was cut off.
     def fingerprint(self):
