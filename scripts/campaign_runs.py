@@ -4,6 +4,7 @@ import collections
 import concurrent.futures
 import ctypes
 import hashlib
+import itertools
 import json
 import os
 import pathlib
@@ -42,6 +43,13 @@ ACTIONS = [
     Action("thread", "fatal"), Action("exit=0", "leaves"),
     Action("hang", "hangs"), Action("spin", "hangs"), Action("kernel", "hangs"),
 ]
+# Each broke the contract once, and is a part of every quick campaign that has the call.
+ONCE_BROKEN = [
+    "eglDestroyContext:2:exit=0",  # a polite end when all is answered
+    "clGetEventProfilingInfo:*:thread",  # two threads crash, and one writes behind the crash line
+    "clLoad:1:crash"]  # Windows' loader goes on without the library
+
+
 def become_reaper():
     """Orphans of a run come to us, so that none is missed."""
     PR_SET_CHILD_SUBREAPER = 36
@@ -233,41 +241,63 @@ class Campaign:
             sys.exit("a GPU's fields are not its lines")
         return report
 
-    def cases(self):
-        pick = random.Random(self.options.seed)
-        every, tried = [], set()
+    def functions(self):
+        """Front -> what is called through it, and the loading of its libraries."""
+        found, tried = {}, set()
         for front, (_, calls, _) in self.healthy.items():
             loads = {"opengl": ["eglLoad"], "opencl": ["clLoad"]}.get(front, ["eglLoad", "clLoad"])
-            functions = dict.fromkeys([*loads, *calls])
+            functions = [*dict.fromkeys([*loads, *calls])]
             if front in self.platform.detours:
                 functions = [function for function in functions if function not in tried]
             tried.update(functions)
-            for function in functions:
-                made = len(calls.get(function, [0]))
-                loading = function.endswith("Load")
-                for action in ACTIONS:
-                    text = action.text % pick.randrange(1, 1000) if "%" in action.text else action.text
-                    caught = loading and text in self.platform.caught_at_load
-                    kind = "told" if caught else action.kind
-                    if text == "current" and function.startswith("cl"):
-                        continue
-                    wanted = ["1", "*"] + ([str(pick.randrange(2, made + 1))] if made > 1 else [])
-                    if loading:
-                        # A library that is loaded gives nothing back.
-                        wanted = ["1"] if action.kind != "told" else []
-                    every += [Case(front, function, call, text, kind,
-                                   self.supervised and call != "*") for call in wanted]
-        every = [case for case in every if self.options.only in fault_of(case)]
-        if not self.options.quick:
-            pick.shuffle(every)
-            return every
-        # Each action twice, calls by the seed; by the probe alone each function as well.
+            found[front] = functions
+        return found
+
+    def case(self, front, fault, kind):
+        function, call, action = fault.split(":")
+        if function.endswith("Load") and action in self.platform.caught_at_load:
+            kind = "told"
+        return Case(front, function, call, action, kind, self.supervised and call != "*")
+
+    def every_case(self, pick):
+        for front, functions in self.functions().items():
+            for function, action in itertools.product(functions, ACTIONS):
+                made = len(self.healthy[front].calls.get(function, [0]))
+                text = action.text % pick.randrange(1, 1000) if "%" in action.text else action.text
+                if text == "current" and function.startswith("cl"):
+                    continue
+                wanted = ["1", "*"] + ([str(pick.randrange(2, made + 1))] if made > 1 else [])
+                if function.endswith("Load"):
+                    # A library that is loaded gives nothing back.
+                    wanted = ["1"] if action.kind != "told" else []
+                for call in wanted:
+                    yield self.case(front, f"{function}:{call}:{text}", action.kind)
+
+    def once_broken(self):
+        kinds = {action.text: action.kind for action in ACTIONS}
+        for fault in ONCE_BROKEN:
+            function, _, action = fault.split(":")
+            for front, functions in self.functions().items():
+                if function in functions:
+                    yield self.case(front, fault, kinds[action])
+
+    def cases(self):
+        pick = random.Random(self.options.seed)
+        every = self.only(self.every_case(pick))
         pick.shuffle(every)
-        chosen, functions, actions = [], set(), collections.Counter()
+        return self.quick_of(every) if self.options.quick else every
+
+    def only(self, cases):
+        return [case for case in cases if self.options.only in fault_of(case)]
+
+    def quick_of(self, every):
+        """Each action twice, calls by the seed; by the probe alone each function as well."""
+        chosen = self.only(self.once_broken())
+        functions, actions = set(), collections.Counter()
         for case in every:
             word = case.action.split("=")[0]
             is_new = case.function not in functions and not self.supervised
-            if is_new or actions[word] < 2:
+            if (is_new or actions[word] < 2) and case not in chosen:
                 functions.add(case.function)
                 actions[word] += 1
                 chosen.append(case)
