@@ -255,16 +255,24 @@ def judge_answers(case, report, healthy, before, asked):
         places[tag] += 1
     if case.kind == "harmless" and changed:
         yield f"answers: a harmless fault changes {changed[:3]}"
-    beside = [key for key in changed if key != struck and not is_of_list(case, struck, key)]
+    beside = [key for key in changed if key != struck and not is_kept(case, struck, key)]
     # OpenGL's errors stay pending until they are asked for, by a later question if not by this one.
-    lies = case.kind == "told" and case.action != "throw" and own == "opengl"
-    if case.once and struck and len(beside) > lies:
+    pending = own == "opengl" and case.kind == "told" and case.action != "throw"
+    if case.once and struck and len(beside) > pending:
         yield f"answers: one fault cost {beside[:3]}, too"
 
 
-def is_of_list(case, struck, key):
-    """A context's version and extensions are read once, at its first question; a driver that lies
-    then is believed whenever they are asked for."""
-    first = struck and struck[1] == "version" and case.function.startswith("gl")
-    return first and case.kind == "told" and case.action != "throw" and (
-        key[1] == "npot_textures" or key[1].startswith("extensions."))
+# What is decided by a context's version and list of extensions, beside the extensions themselves.
+BY_LIST = {"npot_textures", "glsl_program_links", "framebuffer_ok"}
+
+
+def is_kept(case, struck, key):
+    """Whether an answer comes from what an earlier lie of OpenGL's left behind."""
+    if not struck or case.function.startswith("cl") or case.kind != "told" or case.action == "throw":
+        return False
+    # The first question makes the context current, and version and extensions are read then alone.
+    if struck[1] == "version":
+        return key[1] in BY_LIST or key[1].startswith("extensions.")
+    # Another context became current between glBegin and glEnd: in ours the drawing never ends, and
+    # until it does OpenGL answers nothing.
+    return case.action == "current" and struck[1] == "framebuffer_ok"
