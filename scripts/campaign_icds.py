@@ -5,6 +5,7 @@ import json
 import os
 import pathlib
 import random
+import shutil
 import subprocess
 import sys
 
@@ -64,14 +65,18 @@ class IcdCampaign(Campaign):
         return super().program(supervised, hangs) + (["--silence", "20"] if supervised else [])
 
     def folder_of(self, order):
-        """The loader takes a folder's files as they come: on tmpfs, the last made first."""
+        """The loader takes a folder's files as they come: on tmpfs the last made first, or last."""
         folder = pathlib.Path("/dev/shm") / self.scratch.name / order.replace(",", "-")
-        if not folder.exists():
+        names = [f"{name}.icd" for name in order.split(",")]
+        for made in (names[::-1], names):
+            if folder.exists() and os.listdir(folder) == names:
+                return folder
+            shutil.rmtree(folder, ignore_errors=True)
             folder.mkdir(parents=True)
-            for name in reversed(order.split(",")):
-                (folder / f"{name}.icd").symlink_to(VENDORS / f"{name}.icd")
-            if os.listdir(folder) != [f"{name}.icd" for name in order.split(",")]:
-                raise SystemExit(f"{folder.parent} doesn't keep the order")
+            for name in made:
+                (folder / name).symlink_to(VENDORS / name)
+        if os.listdir(folder) != names:
+            raise SystemExit(f"{folder.parent} doesn't keep the order")
         return folder
 
     def look_at_health(self):
