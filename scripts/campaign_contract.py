@@ -177,7 +177,7 @@ def judge_status(run, report):
     if said & LOST:
         # What goes wrong after the last answer costs none.
         kinds = {each["kind"] for each in report["incidents"] if each["question"] != "release"}
-        wanted = next((STATUSES[kind] for kind in STATUSES if kind in kinds), "partial")
+        wanted = next((made for kind, made in STATUSES.items() if kind in kinds), "partial")
     if status != wanted:
         yield f"status: {status}, not {wanted}"
     if run.code not in EXIT_CODES[status]:

@@ -91,6 +91,7 @@ class Windows(Linux):
     culprits = {**dict.fromkeys(("crash", "stack", "spin"), (None, "\\opencl.dll")),
                 **dict.fromkeys(("abort", "hang"), (None, ("\\opencl.dll", "\\opencl_real.dll")))}
     caught_at_load = {"crash", "stack"}
+    keeper = None
 
     def __init__(self):
         pass
