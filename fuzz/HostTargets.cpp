@@ -134,7 +134,8 @@ void FuzzFaults(const std::string& text) {
   promise(again.size() == faults.size(), "faults are read back");
   for (std::size_t i = 0; i < again.size(); ++i)
     promise(again[i].function == faults[i].function && again[i].first == faults[i].first &&
-                again[i].last == faults[i].last && again[i].argument == faults[i].argument,
+                again[i].last == faults[i].last && again[i].action == faults[i].action &&
+                again[i].argument == faults[i].argument,
             "a fault is read back");
 }
 

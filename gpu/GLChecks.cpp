@@ -153,25 +153,38 @@ void enableFogAndBlending(const OpenGLInterceptor& gl) {
   gl.glViewport(ZOR_HERE, 0, 0, 100, 100);
 }
 
+/// A driver that throws in between leaves no primitive open: every later question would fail.
+template <class Corners>
+void drawQuad(const OpenGLInterceptor& gl, const Corners& corners) {
+  gl.glBegin(ZOR_HERE, GL_QUADS);
+  try {
+    corners();
+    gl.glEnd(ZOR_HERE);
+  } catch (...) {
+    gl.glEnd(ZOR_HERE);
+    throw;
+  }
+}
+
 void drawMultiTexturedQuad(const OpenGLInterceptor& gl) {
   const GLint corners[][2] = {{0, 0}, {100, 0}, {100, 100}, {0, 100}};
-  gl.glBegin(ZOR_HERE, GL_QUADS);
-  for (const auto& [s, t] : corners) {
-    gl.glMultiTexCoord2i(ZOR_HERE, GL_TEXTURE0, s, t);
-    gl.glVertex3f(ZOR_HERE, static_cast<GLfloat>(s), static_cast<GLfloat>(t), 0.0F);
-  }
-  gl.glEnd(ZOR_HERE);
+  drawQuad(gl, [&] {
+    for (const auto& [s, t] : corners) {
+      gl.glMultiTexCoord2i(ZOR_HERE, GL_TEXTURE0, s, t);
+      gl.glVertex3f(ZOR_HERE, static_cast<GLfloat>(s), static_cast<GLfloat>(t), 0.0F);
+    }
+  });
 }
 
 void drawTexturedQuad(const OpenGLInterceptor& gl) {
   const GLint corners[][4] = {
       {100, 0, 100, 100}, {0, 0, 0, 100}, {0, 100, 0, 0}, {100, 100, 100, 0}};
-  gl.glBegin(ZOR_HERE, GL_QUADS);
-  for (const auto& [s, t, x, y] : corners) {
-    gl.glTexCoord2i(ZOR_HERE, s, t);
-    gl.glVertex2i(ZOR_HERE, x, y);
-  }
-  gl.glEnd(ZOR_HERE);
+  drawQuad(gl, [&] {
+    for (const auto& [s, t, x, y] : corners) {
+      gl.glTexCoord2i(ZOR_HERE, s, t);
+      gl.glVertex2i(ZOR_HERE, x, y);
+    }
+  });
 }
 
 void disableFog(const OpenGLInterceptor& gl) {

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
-#include <stdexcept>
 
 #include "gpureport/Columns.h"
 #include "gpureport/ExitCode.h"
@@ -11,10 +10,10 @@
 #include "gpureport/JsonForms.h"
 #include "gpureport/Platform.h"
 #include "gpureport/Progress.h"
+#include "gpureport/Rehearsal.h"
 #include "gpureport/Requirement.h"
 #include "host/Inspect.h"
 #include "host/Json.h"
-#include "rehearsal/Faults.h"
 
 namespace gpureport {
 
@@ -38,28 +37,6 @@ std::string probePath(const ShowOptions& options) {
   return there ? beside : "gpuprobe";
 }
 
-/// The folder of the libraries that stand in front of the drivers: where the tool is installed, in
-/// an unpacked archive, or where it was built. Throws std::runtime_error where it is in none.
-std::string rehearsalKit() {
-  const fs::path own = fs::u8path(OwnFolder());
-  for (const char* place : {"../lib/gpuprobe/rehearsal", "rehearsal", "../rehearsal"}) {
-    std::error_code ignored;
-    if (fs::is_directory(own / place, ignored)) return fs::canonical(own / place).u8string();
-  }
-  throw std::runtime_error("--rehearse: its libraries are not installed: no folder " +
-                           (own / "../lib/gpuprobe/rehearsal").lexically_normal().u8string());
-}
-
-/// For the probe alone: what makes its drivers go wrong.
-decltype(host::Options::environment) rehearsed(const std::string& faults) {
-  const auto present = [](const std::string& name) {
-    const char* const value = std::getenv(name.c_str());
-    return std::string(value ? value : "");
-  };
-  const auto variables = rehearsal::EnvironmentOf(faults, rehearsalKit(), present);
-  return {variables.begin(), variables.end()};
-}
-
 /// Whether answers come out between the steps, where a line of progress would be in their way.
 bool writesAnswers(const ShowOptions& options) {
   return options.format == Format::JsonLines && options.output.empty() &&
@@ -68,13 +45,14 @@ bool writesAnswers(const ShowOptions& options) {
 
 /// Answers of jsonl go out as they come, but for a file.
 host::Inspection inspect(const ShowOptions& options, Told& told, bool& written) {
+  const Rehearsal rehearsal(options.rehearse);
   Progress progress(!options.quiet && !writesAnswers(options));
   host::Options how;
   how.probe = probePath(options);
   how.deadline = options.deadline;
   how.silence = options.silence;
   how.skip = options.skip;
-  if (!options.rehearse.empty()) how.environment = rehearsed(options.rehearse);
+  how.environment = rehearsal.environment();
   how.cancelled = &WatchInterrupts();
   how.onAsking = [&](const std::string& name, int attempt) { progress.asking(name, attempt); };
   if (options.format == Format::JsonLines && options.get.empty() && options.output.empty())

@@ -92,7 +92,10 @@ bool TakeStrike() {
 
 const Fault* FaultOfLoading(const char* name) {
   for (const Fault& fault : faults())
-    if (fault.function == name && fault.Strikes(1) && TakeStrike()) return &fault;
+    if (fault.function == name && fault.Strikes(1) && TakeStrike()) {
+      trace(name, true);
+      return &fault;
+    }
   return nullptr;
 }
 

@@ -22,9 +22,8 @@ struct Calls {
 /// line on standard error.
 const Fault* CountCall(Calls& calls);
 
-/// The fault that strikes the loading of a library, "clLoad" or "eglLoad". It is no call, so
-/// neither
-/// "*" nor the trace has it.
+/// The fault that strikes the loading of a library, "clLoad" or "eglLoad". It is no call, so "*"
+/// doesn't have it, and the trace only where the fault strikes.
 const Fault* FaultOfLoading(const char* name);
 
 /// Whether the fault may still strike under GPUPROBE_FAULT_ONCE; takes the right to.

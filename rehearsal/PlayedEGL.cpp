@@ -124,85 +124,79 @@ Function plain(T* function) {
   return reinterpret_cast<Function>(function);
 }
 
-EGLBoolean bindAPI(EGLenum) {
+/// Those that the library exports, under their own names.
+namespace played {
+
+EGLBoolean eglBindAPI(EGLenum) {
   return call("eglBindAPI", machine().library);
 }
-EGLBoolean chooseConfig(EGLDisplay display, const EGLint*, EGLConfig* out, EGLint, EGLint* count) {
+EGLBoolean eglChooseConfig(EGLDisplay display, const EGLint*, EGLConfig* out, EGLint,
+                           EGLint* count) {
   *out = display;
   *count = 1;
   return call("eglChooseConfig", settings(display));
 }
-EGLContext createContext(EGLDisplay display, EGLConfig, EGLContext, const EGLint*) {
+EGLContext eglCreateContext(EGLDisplay display, EGLConfig, EGLContext, const EGLint*) {
   return handleIf(call("eglCreateContext", settings(display)), settings(display));
 }
-EGLSurface createPbufferSurface(EGLDisplay display, EGLConfig, const EGLint*) {
+EGLSurface eglCreatePbufferSurface(EGLDisplay display, EGLConfig, const EGLint*) {
   complain(surfacesOwed > 0, "a surface was left behind by its context");
   return handleIf(call("eglCreatePbufferSurface", settings(display)), settings(display));
 }
-EGLBoolean destroyContext(EGLDisplay, EGLContext) {
+EGLBoolean eglDestroyContext(EGLDisplay, EGLContext) {
   ++surfacesOwed;
   return EGL_TRUE;
 }
-EGLBoolean destroySurface(EGLDisplay, EGLSurface) {
+EGLBoolean eglDestroySurface(EGLDisplay, EGLSurface) {
   if (surfacesOwed > 0) --surfacesOwed;
   return EGL_TRUE;
 }
-EGLContext getCurrentContext() {
+EGLContext eglGetCurrentContext() {
   return current;
 }
-EGLDisplay getCurrentDisplay() {
+EGLDisplay eglGetCurrentDisplay() {
   return current;
 }
-EGLSurface getCurrentSurface(EGLint) {
+EGLSurface eglGetCurrentSurface(EGLint) {
   return current;
 }
-EGLDisplay getDisplay(EGLNativeDisplayType) {
+EGLDisplay eglGetDisplay(EGLNativeDisplayType) {
   return handleIf(call("eglGetDisplay", machine().library), machine().library);
 }
-EGLint getError() {
+EGLint eglGetError() {
   return EGL_NOT_INITIALIZED;
 }
-Function getProcAddress(const char* name) {
+Function eglGetProcAddress(const char* name) {
   static const std::map<std::string, Function> table = {{"glGetString", plain(getString)}};
   const auto found = table.find(name);
   if (found != table.end()) return found->second;
   return std::strncmp(name, "egl", 3) == 0 ? nullptr : plain(nothing);
 }
-EGLBoolean initialize(EGLDisplay display, EGLint*, EGLint*) {
+EGLBoolean eglInitialize(EGLDisplay display, EGLint*, EGLint*) {
   return call("eglInitialize", settings(display));
 }
-EGLBoolean makeCurrent(EGLDisplay, EGLSurface, EGLSurface, EGLContext context) {
+EGLBoolean eglMakeCurrent(EGLDisplay, EGLSurface, EGLSurface, EGLContext context) {
   complain(context && current && current != context, "a context takes the place of another one");
   current = static_cast<Settings*>(context);
   return EGL_TRUE;
 }
-const char* queryString(EGLDisplay, EGLint) {
+const char* eglQueryString(EGLDisplay, EGLint) {
   const bool lists = machine().library.Has("lists") || !machine().devices.empty();
   return lists ? "EGL_EXT_device_base EGL_EXT_platform_device" : "";
 }
+
+}  // namespace played
 
 }  // namespace
 
 EGLFunctions PlayEGL(const char* text) {
   read(text);
-  EGLFunctions played;
-  played.eglBindAPI = bindAPI;
-  played.eglChooseConfig = chooseConfig;
-  played.eglCreateContext = createContext;
-  played.eglCreatePbufferSurface = createPbufferSurface;
-  played.eglDestroyContext = destroyContext;
-  played.eglDestroySurface = destroySurface;
-  played.eglGetCurrentContext = getCurrentContext;
-  played.eglGetCurrentDisplay = getCurrentDisplay;
-  played.eglGetCurrentSurface = getCurrentSurface;
-  played.eglGetDisplay = getDisplay;
-  played.eglGetError = getError;
-  played.eglGetProcAddress = getProcAddress;
-  played.eglInitialize = initialize;
-  played.eglMakeCurrent = makeCurrent;
-  played.eglQueryString = queryString;
-  played.eglGetPlatformDisplayEXT = getPlatformDisplay;
-  played.eglQueryDevicesEXT = queryDevices;
-  played.eglQueryDeviceStringEXT = queryDeviceString;
-  return played;
+  EGLFunctions functions;
+#define PLAYED_FILL(name) functions.name = played::name;
+  ZOR_EGL_ENTRY_POINTS(PLAYED_FILL)
+#undef PLAYED_FILL
+  functions.eglGetPlatformDisplayEXT = getPlatformDisplay;
+  functions.eglQueryDevicesEXT = queryDevices;
+  functions.eglQueryDeviceStringEXT = queryDeviceString;
+  return functions;
 }

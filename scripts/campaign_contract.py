@@ -38,8 +38,16 @@ def comparable(line):
 
 def judge_probe(case, run, healthy, before, fatal):
     """What of the contract is broken, as texts; `before` lines come before the faulty call."""
-    return [*judge_lines(case, run, healthy.lines, before),
+    return [*judge_strike(case, run, healthy.calls), *judge_lines(case, run, healthy.lines, before),
             *judge_code(case, run, healthy.lines, fatal), *judge_rest(case, run, False)]
+
+
+def judge_strike(case, run, calls):
+    """Until the fault nothing differs from a healthy run, so what that one calls is struck."""
+    number = int(case.call) if case.call.isdigit() else 1
+    if not run.struck and (case.function.endswith("Load")
+                           or number <= len(calls.get(case.function, []))):
+        yield "strike: the call was not made, or did not go wrong"
 
 
 def judge_lines(case, run, healthy, before):
@@ -94,7 +102,6 @@ def judge_code(case, run, healthy, fatal):
     if not run.ended:
         yield f"code: still running after {PATIENCE:.0f} s"
         return
-    struck = run.struck or case.function.endswith("Load")
     if run.code not in (0, 2, 4):
         if run.code not in fatal.get(word, ()):
             yield f"code: {run.code} is neither documented nor the driver's"
@@ -103,7 +110,7 @@ def judge_code(case, run, healthy, fatal):
         return
     if run.code == 0 and not is_complete(run, healthy):
         yield "code: 0, but answers are missing"
-    if case.kind == "fatal" and struck and word != "thread":
+    if case.kind == "fatal" and run.struck and word != "thread":
         yield f"code: {run.code} after a fatal fault"
     if case.kind == "harmless" and run.code != 0:
         yield f"code: {run.code} after a harmless fault"
@@ -121,34 +128,66 @@ def judge_rest(case, run, supervised):
 
 # Through gpureport.
 
-# Times, and what is measured.
+# What is measured.
 UNSTEADY = {"copy_bytes_per_second", "kernel_seconds"}
 EXIT_CODES = {"complete": {0, 4}, "partial": {3}, "torn": {3}, "hung": {5}, "crashed": {6},
               "failed_to_start": {7}, "stuck": {8}}
 INCIDENTS = {"crash": "crashed", "abort": "crashed", "stack": "crashed", "exit": "exited",
              "hang": "hung", "spin": "hung", "kernel": "hung"}
+# Why an answer is missing: what a fault took, and what is missing on a healthy machine, too.
+LOST = {"hung", "crashed", "not_reached", "failed"}
+REASONS = LOST | {"not_asked", "absent", "unknown"}
+# The status that an incident makes where something is lost, the worst first.
+STATUSES = {"stuck": "stuck", "hung": "hung", "crashed": "crashed", "exited": "crashed"}
+
+
+def fields_of(gpu):
+    """Path -> value, in the order of the questions."""
+    fields = {}
+    for field, value in gpu.items():
+        if field in ("limits", "extensions"):
+            fields.update((f"{field}.{name}", part) for name, part in value.items())
+        elif field not in ("tag", "missing"):
+            fields[field] = value
+    return fields
 
 
 def answers_of(report, api):
-    """(gpu, field) -> what was answered, of one API."""
-    found = {}
-    for index, gpu in enumerate(report[api]["gpus"]):
-        for field, value in gpu.items():
-            for name, part in value.items() if field in ("limits", "extensions") else [("", value)]:
-                if field not in UNSTEADY | {"missing"}:
-                    found[index, field, name] = part
-    return found
+    """(tag, path) -> what was answered, or why nothing was. A measurement is there or not."""
+    return {(gpu["tag"], path): {"missing": gpu["missing"].get(path)} if value is None
+            else path in UNSTEADY or value
+            for gpu in report[api]["gpus"] for path, value in fields_of(gpu).items()}
 
 
-def judge_status(run, status):
-    """The report's status and the tool's exit code say the same."""
+def lines_of_gpus(lines):
+    """Tag -> how many of the lines are a GPU's answers."""
+    return collections.Counter(line.split(".")[0] for line in text_of(lines))
+
+
+def judge_status(run, report):
+    """Status, exit code, incidents and reasons say the same."""
+    apis = [report["opengl"], report["opencl"]]
+    said = {api["status"] for api in apis}
+    for gpu in (gpu for api in apis for gpu in api["gpus"]):
+        said |= set(gpu["missing"].values())
+        nulls = {path for path, value in fields_of(gpu).items() if value is None}
+        if nulls != set(gpu["missing"]) or not REASONS.issuperset(gpu["missing"].values()):
+            yield f"reasons: of {gpu['tag']}: {gpu['missing']}, null are {sorted(nulls)}"
+    status, wanted = report["run"]["status"], "complete"
+    if said & LOST:
+        # What goes wrong after the last answer costs none.
+        kinds = {each["kind"] for each in report["incidents"] if each["question"] != "release"}
+        wanted = next((made for kind, made in STATUSES.items() if kind in kinds), "partial")
+    if status != wanted:
+        yield f"status: {status}, not {wanted}"
     if run.code not in EXIT_CODES[status]:
         yield f"status: {status}, but exit code {run.code}"
 
 
-def judge_report(case, run, healthy, before, deadline):
+def judge_report(case, run, healthy, before, deadline, culprits):
     """The same of a run through gpureport. By rule: a fault that strikes once costs its own question,
     or in a stage its API; one in every process leaves the other API, and all earlier answers."""
+    yield from judge_strike(case, run, healthy.calls)
     if run.seconds > deadline + 1 + run.startup:
         yield f"json: after {run.seconds:.1f} s with a deadline of {deadline:.1f} s"
     try:
@@ -157,12 +196,11 @@ def judge_report(case, run, healthy, before, deadline):
         yield f"json: {error}"
         return
     yield from judge_rest(case, run, True)
-    status = report["run"]["status"]
-    yield from judge_status(run, status)
+    yield from judge_status(run, report)
     asked = next((line[len("# asking "):] for line in reversed(text_of(healthy.lines[:before]))
                   if line.startswith("# asking ")), "")
-    if run.struck or case.function.endswith("Load"):
-        yield from judge_incident(case, report, asked)
+    if run.struck:
+        yield from judge_incident(case, report, asked, culprits)
     yield from judge_answers(case, report, healthy, before, asked)
 
 
@@ -170,7 +208,7 @@ def text_of(lines):
     return [line.decode("latin-1") for line in lines]
 
 
-def judge_incident(case, report, asked):
+def judge_incident(case, report, asked, culprits):
     word = case.action.split("=")[0]
     wanted = INCIDENTS.get(word)
     if not wanted or case.kind == "told":
@@ -192,29 +230,49 @@ def judge_incident(case, report, asked):
         "ZOROGLInitialized", "ZOROCLInitialized")
     if incident["question"] != question and not loading:
         yield f"status: at {incident['question']}, not at {question}"
-    if word in ("crash", "abort", "stack", "hang", "spin") and not any(
-            part in str(incident["library"]).lower() for part in ("rehearsal/", "opencl")):
+    if word in culprits and not str(incident["library"]).lower().endswith(
+            culprits[word][case.function.startswith("cl")]):
         yield f"culprit: {incident['library']}"
 
 
 def judge_answers(case, report, healthy, before, asked):
     own, other = (("opencl", "opengl") if case.function.startswith("cl") else ("opengl", "opencl"))
-    word = case.action.split("=")[0]
     # Crashes at a time of its own, in whatever is asked then.
-    if word == "thread":
+    if case.action == "thread":
         return
-    good, got = healthy.answers, {api: answers_of(report, api) for api in (own, other)}
-    if got[other] != answers_of(good, other):
+    good, got = ({api: answers_of(each, api) for api in (own, other)}
+                 for each in (healthy.answers, report))
+    if got[other] != good[other]:
         yield f"answers: {other} lost some"
-    healthy_own = answers_of(good, own)
-    same = sum(got[own].get(key, ...) == value for key, value in healthy_own.items())
-    tag = {"opengl": "glgpu[", "opencl": "clgpu["}[own]
-    earlier = sum(line.startswith(tag) and not line.endswith("=...")
-                  for line in text_of(healthy.lines[:before]))
-    if same < earlier:
-        yield f"answers: {same} of {own} are a healthy run's, {earlier} came before the call"
-    if case.kind == "harmless" and same < len(healthy_own):
-        yield "answers: a harmless fault changes them"
-    if case.once and case.kind in ("fatal", "hangs", "leaves") and asked.startswith(tag) and (
-            len(healthy_own) - same > 1):
-        yield f"answers: one fault cost {len(healthy_own) - same}"
+    changed = [key for key, value in good[own].items() if got[own].get(key) != value]
+    # A GPU's fields stand in the order of its lines.
+    done, places, struck = lines_of_gpus(healthy.lines[:before]), collections.Counter(), None
+    for tag, path in good[own]:
+        if places[tag] < done[tag] and (tag, path) in changed:
+            yield f"answers: {tag}.{path} came before the call and is another, or lost"
+        if places[tag] == done[tag] and tag == asked.split(".")[0]:
+            struck = (tag, path)
+        places[tag] += 1
+    if case.kind == "harmless" and changed:
+        yield f"answers: a harmless fault changes {changed[:3]}"
+    beside = [key for key in changed if key != struck and not is_kept(case, struck, key)]
+    # OpenGL's errors stay pending until they are asked for, by a later question if not by this one.
+    pending = own == "opengl" and case.kind == "told" and case.action != "throw"
+    if case.once and struck and len(beside) > pending:
+        yield f"answers: one fault cost {beside[:3]}, too"
+
+
+# What is decided by a context's version and list of extensions, beside the extensions themselves.
+BY_LIST = {"npot_textures", "glsl_program_links", "framebuffer_ok"}
+
+
+def is_kept(case, struck, key):
+    """Whether an answer comes from what an earlier lie of OpenGL's left behind."""
+    if not struck or case.function.startswith("cl") or case.kind != "told" or case.action == "throw":
+        return False
+    # The first question makes the context current, and version and extensions are read then alone.
+    if struck[1] == "version":
+        return key[1] in BY_LIST or key[1].startswith("extensions.")
+    # Another context became current between glBegin and glEnd: in ours the drawing never ends, and
+    # until it does OpenGL answers nothing.
+    return case.action == "current" and struck[1] == "framebuffer_ok"

@@ -37,6 +37,9 @@ class Linux:
     # What the process ends with where the driver takes it down.
     fatal = {"crash": {-signal.SIGSEGV}, "abort": {-signal.SIGABRT}, "stack": {-signal.SIGSEGV},
              "thread": {-signal.SIGSEGV}}
+    # The library that is at fault, of OpenGL and of OpenCL: the front that the call went through.
+    culprits = dict.fromkeys(("crash", "abort", "stack", "hang", "spin"),
+                             ("/rehearsal/egl/libegl.so.1", "/rehearsal/fault.so"))
     # What the system's loader catches while a library is loaded: the library then is not there.
     caught_at_load = set()
 
@@ -83,7 +86,12 @@ class Windows(Linux):
     both, detours = fronts, {}
     # The low byte of the exception's number, or of the C library's code.
     fatal = {"crash": {0x05}, "abort": {0x03, 0x09}, "stack": {0xFD}, "thread": {0x05}}
+    # A thread that is inside the runtime is known by its stack, where what earlier calls left may
+    # come first: the system's library behind the front.
+    culprits = {**dict.fromkeys(("crash", "stack", "spin"), (None, "\\opencl.dll")),
+                **dict.fromkeys(("abort", "hang"), (None, ("\\opencl.dll", "\\opencl_real.dll")))}
     caught_at_load = {"crash", "stack"}
+    keeper = None
 
     def __init__(self):
         pass

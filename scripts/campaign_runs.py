@@ -2,24 +2,24 @@
 
 import collections
 import concurrent.futures
-import ctypes
 import hashlib
+import itertools
 import json
 import os
 import pathlib
 import random
 import shlex
 import shutil
-import signal
 import subprocess
 import sys
 import tempfile
 import threading
 import time
 
-from campaign_contract import (PATIENCE, Case, Healthy, Run, comparable, fault_of, has_struck,
-                               judge_probe, judge_report)
+from campaign_contract import (PATIENCE, Case, Healthy, Run, answers_of, comparable, fault_of,
+                               has_struck, judge_probe, judge_report, lines_of_gpus)
 from campaign_platforms import ROOT, Linux, Windows
+from campaign_sessions import Sessions
 
 # What hangs on purpose is ended this long after it was struck.
 HANGS_FOR = 0.3
@@ -42,39 +42,11 @@ ACTIONS = [
     Action("thread", "fatal"), Action("exit=0", "leaves"),
     Action("hang", "hangs"), Action("spin", "hangs"), Action("kernel", "hangs"),
 ]
-def become_reaper():
-    """Orphans of a run come to us, so that none is missed."""
-    PR_SET_CHILD_SUBREAPER = 36
-    ctypes.CDLL(None).prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0)
-
-
-def members(session):
-    """The processes of a session, with their states."""
-    found = []
-    for folder in pathlib.Path("/proc").glob("[0-9]*"):
-        try:
-            fields = (folder / "stat").read_text().rsplit(")", 1)[1].split()
-        except OSError:
-            continue
-        if int(fields[3]) == session:
-            found.append((int(folder.name), fields[0]))
-    return found
-
-
-def end_session(session):
-    """Ends what is left of a run; says what there was."""
-    left = members(session)
-    for pid, _ in left:
-        try:
-            os.kill(pid, signal.SIGKILL)
-        except ProcessLookupError:
-            pass
-    for pid, _ in left:
-        try:
-            os.waitpid(pid, 0)
-        except ChildProcessError:
-            pass
-    return left
+# Each broke the contract once, and is a part of every quick campaign that has the call.
+ONCE_BROKEN = [
+    "eglDestroyContext:2:exit=0",  # a polite end when all is answered
+    "clGetEventProfilingInfo:*:thread",  # two threads crash, and one writes behind the crash line
+    "clLoad:1:crash"]  # Windows' loader goes on without the library
 
 
 class Campaign:
@@ -87,6 +59,7 @@ class Campaign:
         self.folder.mkdir(parents=True, exist_ok=True)
         self.scratch = pathlib.Path(tempfile.mkdtemp(prefix="campaign-"))
         self.platform = Windows() if options.platform == "windows" else Linux(options.build)
+        self.sessions = Sessions()
         self.healthy = {}
         self.deadline = 3.0
         self.supervised = options.report
@@ -102,9 +75,18 @@ class Campaign:
                 filter(None, [fault, variables.get("GPUPROBE_FAULT")]))
         return variables
 
-    def command(self, front, fault, hangs=False):
+    def command(self, front, fault, hangs=False, once=False):
         words = [f"{name}={value}" for name, value in self.environment(front, fault).items()]
-        return shlex.join(["env", *words, *self.program(self.supervised, hangs)])
+        # The shell that repeats it makes the name of a new file.
+        new_file = f'GPUPROBE_FAULT_ONCE="{self.platform.path("$(mktemp -u)")}" ' if once else ""
+        return (f"{shlex.join(['env', *words])} {new_file}"
+                f"{shlex.join(self.program(self.supervised, hangs))}")
+
+    def command_again(self, only):
+        """What tries the cases with this text again."""
+        report = ["--report"] if self.options.report else []
+        return shlex.join(["scripts/campaign", self.section, *report, "--build", self.options.build,
+                           "--seed", str(self.options.seed), "--only", only])
 
     def program(self, supervised, hangs):
         if supervised:
@@ -129,12 +111,11 @@ class Campaign:
         if once:
             variables["GPUPROBE_FAULT_ONCE"] = self.platform.path(place / "once")
         begin = time.monotonic()
-        child = subprocess.Popen(
-            self.program(supervised, hangs), cwd=home, env=variables, stdin=subprocess.DEVNULL, stdout=out,
-            stderr=err, start_new_session=True)
+        child = self.sessions.start(self.program(supervised, hangs), cwd=home, env=variables,
+                                    stdin=subprocess.DEVNULL, stdout=out, stderr=err)
         ended = self.wait(child, lambda: has_struck(trace, fault), hangs and not supervised)
         seconds = time.monotonic() - begin
-        left = end_session(child.pid)
+        left = self.sessions.end(child.pid)
         out.seek(0)
         err.seek(0)
         struck = has_struck(trace, fault)
@@ -183,9 +164,9 @@ class Campaign:
                     calls[line.split()[1]].append(len(lines))
                 else:
                     lines.append(comparable(line.encode("latin-1")))
-            self.healthy[front] = Healthy(lines, calls, self.healthy_report(front))
+            self.healthy[front] = Healthy(lines, calls, self.healthy_report(front, lines))
 
-    def healthy_report(self, front):
+    def healthy_report(self, front, lines):
         if not self.supervised:
             return None
         self.deadline = 60.0
@@ -194,43 +175,70 @@ class Campaign:
             sys.exit(f"the healthy run fails: {self.command(front, '')}\n{runs[0].out.decode()}")
         # A machine that is busy with us alone answers in a fraction of the deadline.
         self.deadline = max(3.0, 8 * max(run.seconds for run in runs))
-        return json.loads(runs[0].out)
+        report = json.loads(runs[0].out)
+        fields = collections.Counter(tag for api in ("opengl", "opencl")
+                                     for tag, _ in answers_of(report, api))
+        if any(lines_of_gpus(lines)[tag] != count for tag, count in fields.items()):
+            sys.exit("a GPU's fields are not its lines")
+        return report
 
-    def cases(self):
-        pick = random.Random(self.options.seed)
-        every, tried = [], set()
+    def functions(self):
+        """Front -> what is called through it, and the loading of its libraries."""
+        found, tried = {}, set()
         for front, (_, calls, _) in self.healthy.items():
             loads = {"opengl": ["eglLoad"], "opencl": ["clLoad"]}.get(front, ["eglLoad", "clLoad"])
-            functions = dict.fromkeys([*loads, *calls])
+            functions = [*dict.fromkeys([*loads, *calls])]
             if front in self.platform.detours:
                 functions = [function for function in functions if function not in tried]
             tried.update(functions)
-            for function in functions:
-                made = len(calls.get(function, [0]))
-                loading = function.endswith("Load")
-                for action in ACTIONS:
-                    text = action.text % pick.randrange(1, 1000) if "%" in action.text else action.text
-                    caught = loading and text in self.platform.caught_at_load
-                    kind = "told" if caught else action.kind
-                    if text == "current" and function.startswith("cl"):
-                        continue
-                    wanted = ["1", "*"] + ([str(pick.randrange(2, made + 1))] if made > 1 else [])
-                    if loading:
-                        # A library that is loaded gives nothing back.
-                        wanted = ["1"] if action.kind != "told" else []
-                    every += [Case(front, function, call, text, kind,
-                                   self.supervised and call != "*") for call in wanted]
-        every = [case for case in every if self.options.only in fault_of(case)]
-        if not self.options.quick:
-            pick.shuffle(every)
-            return every
-        # Each action twice, calls by the seed; by the probe alone each function as well.
+            found[front] = functions
+        return found
+
+    def case(self, front, fault, kind):
+        function, call, action = fault.split(":")
+        if function.endswith("Load") and action in self.platform.caught_at_load:
+            kind = "told"
+        return Case(front, function, call, action, kind, self.supervised and call != "*")
+
+    def every_case(self, pick):
+        for front, functions in self.functions().items():
+            for function, action in itertools.product(functions, ACTIONS):
+                made = len(self.healthy[front].calls.get(function, [0]))
+                text = action.text % pick.randrange(1, 1000) if "%" in action.text else action.text
+                if text == "current" and function.startswith("cl"):
+                    continue
+                wanted = ["1", "*"] + ([str(pick.randrange(2, made + 1))] if made > 1 else [])
+                if function.endswith("Load"):
+                    # A library that is loaded gives nothing back.
+                    wanted = ["1"] if action.kind != "told" else []
+                for call in wanted:
+                    yield self.case(front, f"{function}:{call}:{text}", action.kind)
+
+    def once_broken(self):
+        kinds = {action.text: action.kind for action in ACTIONS}
+        for fault in ONCE_BROKEN:
+            function, _, action = fault.split(":")
+            for front, functions in self.functions().items():
+                if function in functions:
+                    yield self.case(front, fault, kinds[action])
+
+    def cases(self):
+        pick = random.Random(self.options.seed)
+        every = self.only(self.every_case(pick))
         pick.shuffle(every)
-        chosen, functions, actions = [], set(), collections.Counter()
+        return self.quick_of(every) if self.options.quick else every
+
+    def only(self, cases):
+        return [case for case in cases if self.options.only in fault_of(case)]
+
+    def quick_of(self, every):
+        """Each action twice, calls by the seed; by the probe alone each function as well."""
+        chosen = self.only(self.once_broken())
+        functions, actions = set(), collections.Counter()
         for case in every:
             word = case.action.split("=")[0]
             is_new = case.function not in functions and not self.supervised
-            if is_new or actions[word] < 2:
+            if (is_new or actions[word] < 2) and case not in chosen:
                 functions.add(case.function)
                 actions[word] += 1
                 chosen.append(case)
@@ -243,8 +251,8 @@ class Campaign:
         made = healthy.calls.get(case.function)
         before = made[number - 1] if made else 0
         if self.supervised:
-            return list(judge_report(case, run, healthy, before,
-                                     self.limit(case.kind == "hangs")))
+            return list(judge_report(case, run, healthy, before, self.limit(case.kind == "hangs"),
+                                     self.platform.culprits))
         return judge_probe(case, run, healthy, before, self.platform.fatal)
 
     def try_case(self, case):
@@ -254,7 +262,7 @@ class Campaign:
         return {"fault": fault_of(case), "front": case.front, "kind": case.kind,
                 "code": run.code, "struck": run.struck,
                 "seconds": round(time.monotonic() - begin, 2), "broken": broken,
-                "command": self.command(case.front, fault_of(case), case.kind == "hangs")}
+                "command": self.command(case.front, fault_of(case), case.kind == "hangs", case.once)}
 
     # The state of a campaign that was cut off.
     def fingerprint(self):

@@ -106,6 +106,8 @@ TEST_F(Tool, ExitCodesOfWhatIsShown) {
     // Whoever reads a form reads nothing else; complaints have their own stream.
     EXPECT_EQ(result.err.text.empty(), *row.out != '\0') << result.err.text;
   }
+  const Arguments missed = {"--rehearse", "clFinish:1:hang", "--skip", "OpenGL,OpenCL"};
+  EXPECT_THAT(run(missed).err.text, HasSubstr("the fault did not strike: clFinish:1:hang"));
 }
 
 TEST_F(Tool, AFileIsThereAsAWhole) {
