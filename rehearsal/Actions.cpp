@@ -1,5 +1,8 @@
 #include "rehearsal/Actions.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <chrono>
 #include <clocale>
 #include <cstdio>
@@ -84,10 +87,9 @@ void crashBeside() {
 bool TakeStrike() {
   static const char* const path = std::getenv("GPUPROBE_FAULT_ONCE");
   if (!path) return true;
-  std::FILE* made = std::fopen(path, "wx");
-  if (!made) return false;
-  std::fclose(made);
-  return true;
+  // Windows' older C library knows no fopen() that refuses a file that is there.
+  const int made = open(path, O_CREAT | O_EXCL | O_WRONLY, 0600);
+  return made >= 0 && close(made) == 0;
 }
 
 const Fault* FaultOfLoading(const char* name) {
