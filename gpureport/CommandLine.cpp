@@ -111,6 +111,7 @@ ShowCommand::ShowCommand()
       app.add_option("--from", fFrom, "Show this report or JSON (- standard input), ask nobody")
           ->type_name("FILE");
   app.add_option("--skip", fSkip, "What not to ask: OpenCL, clgpu[1], CLCompute, ...")
+      ->envname("GPUPROBE_SKIP")
       ->type_name("NAMES");
   app.add_flag("--no-measurements", fNoMeasurements, "Skip CLBandwidth and CLCompute");
   CLI::Option* const require =

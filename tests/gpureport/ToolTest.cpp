@@ -108,6 +108,9 @@ TEST_F(Tool, ExitCodesOfWhatIsShown) {
   }
   const Arguments missed = {"--rehearse", "clFinish:1:hang", "--skip", "OpenGL,OpenCL"};
   EXPECT_THAT(run(missed).err.text, HasSubstr("the fault did not strike: clFinish:1:hang"));
+  nkutil::Command skipping;
+  skipping.environment = {{"GPUPROBE_SKIP", "OpenGL,OpenCL"}};
+  EXPECT_EQ(run({"--quiet", "--get", "opengl.not_asked"}, skipping).out.text, "true\n");
 }
 
 TEST_F(Tool, AFileIsThereAsAWhole) {
