@@ -147,8 +147,12 @@ constexpr UINT kAborted = 0xC0000409;
 
 // Failed assertions and uncaught exceptions end here, too.
 void onAbort(int) {
-  writeLine(kAborted, reinterpret_cast<uintptr_t>(__builtin_return_address(0)),
-            reinterpret_cast<uintptr_t>(__builtin_frame_address(0)) + 2 * sizeof(uintptr_t));
+  // By the unwinder, where the C library's frames are large and hold what earlier calls left there;
+  // behind the callers lies the stack itself.
+  void* callers[16] = {};
+  RtlCaptureStackBackTrace(1, ARRAYSIZE(callers), callers, nullptr);
+  writeLine(kAborted, reinterpret_cast<uintptr_t>(callers[0]),
+            reinterpret_cast<uintptr_t>(callers + 1));
   TerminateProcess(GetCurrentProcess(), kAborted);
 }
 

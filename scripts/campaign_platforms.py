@@ -88,8 +88,8 @@ class Windows(Linux):
     fatal = {"crash": {0x05}, "abort": {0x03, 0x09}, "stack": {0xFD}, "thread": {0x05}}
     # A thread that is inside the runtime is known by its stack, where what earlier calls left may
     # come first: the system's library behind the front.
-    culprits = {**dict.fromkeys(("crash", "stack", "spin"), (None, "\\opencl.dll")),
-                **dict.fromkeys(("abort", "hang"), (None, ("\\opencl.dll", "\\opencl_real.dll")))}
+    culprits = {**dict.fromkeys(("crash", "abort", "stack", "spin"), (None, "\\opencl.dll")),
+                "hang": (None, ("\\opencl.dll", "\\opencl_real.dll"))}
     caught_at_load = {"crash", "stack"}
     keeper = None
 
