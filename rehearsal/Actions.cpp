@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <locale>
+#include <mutex>
 #include <stdexcept>
 #include <thread>
 
@@ -143,9 +144,12 @@ bool ActOnProcess(const Fault& fault) {
     case Action::Noise:
       makeNoise();
       return true;
-    case Action::Fork:
-      system_actions::LeaveChild();
+    case Action::Fork: {
+      // One holds the streams as well as hundreds do.
+      static std::once_flag left;
+      std::call_once(left, system_actions::LeaveChild);
       return true;
+    }
     case Action::Close:
       system_actions::CloseStreams();
       return true;
