@@ -101,10 +101,11 @@ Result Strike(const Calls& calls, const Fault& fault, Result (*next)(Arguments..
     Api::LeaveAnotherContext();
     return next(arguments...);
   }
-  // What a failing release leaves behind would hide what the program itself leaves.
+  // What a failing release leaves behind would hide what the program itself leaves; a primitive
+  // that is never ended, all that follows.
   const std::string name = calls.name;
   const bool releases = name.find("Release") != name.npos || name.find("Destroy") != name.npos ||
-                        name.find("Delete") != name.npos;
+                        name.find("Delete") != name.npos || name == "glEnd";
   const bool calling = releases || fault.action == Action::Garbage || fault.action == Action::Huge;
   Outputs outputs(fault.action, fault.argument.value_or(1) + static_cast<std::int64_t>(calls.made),
                   Api::kStatusByPointer);
