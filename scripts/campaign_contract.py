@@ -41,11 +41,15 @@ def judge_probe(case, run, healthy, before, fatal):
             *judge_code(case, run, healthy.lines, fatal), *judge_rest(case, run, False)]
 
 
+def first_struck(case):
+    """The number of the call that goes wrong first."""
+    return int(case.call) if case.call.isdigit() else 1
+
+
 def judge_strike(case, run, calls):
     """Until the fault nothing differs from a healthy run, so what that one calls is struck."""
-    number = int(case.call) if case.call.isdigit() else 1
     if not run.struck and (case.function.endswith("Load")
-                           or number <= len(calls.get(case.function, []))):
+                           or first_struck(case) <= len(calls.get(case.function, []))):
         yield "strike: the call was not made, or did not go wrong"
 
 

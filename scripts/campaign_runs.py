@@ -17,7 +17,8 @@ import threading
 import time
 
 from campaign_contract import (PATIENCE, Case, Healthy, Run, answers_of, comparable, fault_of,
-                               has_struck, judge_probe, judge_report, lines_of_gpus)
+                               first_struck, has_struck, judge_probe, judge_report,
+                               lines_of_gpus)
 from campaign_platforms import ROOT, Linux, Windows
 from campaign_sessions import Sessions
 
@@ -247,9 +248,8 @@ class Campaign:
     def judge(self, case, run):
         """What of the contract is broken, as texts."""
         healthy = self.healthy[case.front]
-        number = int(case.call) if case.call.isdigit() else 1
         made = healthy.calls.get(case.function)
-        before = made[number - 1] if made else 0
+        before = made[first_struck(case) - 1] if made else 0
         if self.supervised:
             return list(judge_report(case, run, healthy, before, self.limit(case.kind == "hangs"),
                                      self.platform.culprits))
