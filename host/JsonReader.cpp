@@ -75,8 +75,13 @@ Enum word(const std::string& wanted, Enum last, const char* key) {
 std::chrono::system_clock::time_point readTime(std::string iso) {
   if (iso.size() != 20 || iso.back() != 'Z') refuse("created_at");
   iso.pop_back();
-  const auto since = boost::posix_time::from_iso_extended_string(iso) -
-                     boost::posix_time::ptime(boost::gregorian::date(1970, 1, 1));
+  boost::posix_time::ptime time;  // no time at all
+  try {
+    time = boost::posix_time::from_iso_extended_string(iso);
+  } catch (const std::exception&) {
+    refuse("created_at");
+  }
+  const auto since = time - boost::posix_time::ptime(boost::gregorian::date(1970, 1, 1));
   // The clock ends in 2262.
   const std::chrono::seconds seconds(since.is_special() ? -1 : since.total_seconds());
   using std::chrono::system_clock;
