@@ -2,6 +2,7 @@
 
 #include <boost/date_time/posix_time/posix_time_types.hpp>
 #include <boost/format.hpp>
+#include <locale>
 #include <stdexcept>
 
 #include "log/Diagnostic.h"
@@ -127,8 +128,10 @@ std::string GPUSnifferTester::GetTimeString() {
   const auto now = boost::posix_time::second_clock::local_time();
   const auto date = now.date().year_month_day();
   const auto time = now.time_of_day();
-  return str(boost::format("%04d-%02d-%02d_%02d:%02d:%02d") % date.year % date.month.as_number() %
-             date.day.as_number() % time.hours() % time.minutes() % time.seconds());
+  // A driver's locale may group digits.
+  return str(boost::format("%04d-%02d-%02d_%02d:%02d:%02d", std::locale::classic()) % date.year %
+             date.month.as_number() % date.day.as_number() % time.hours() % time.minutes() %
+             time.seconds());
 }
 
 void GPUSnifferTester::DoRunEvent(const std::string& name) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <locale>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -25,9 +26,11 @@ inline void AppendValue(std::string& line, int number) {
 inline void AppendValue(std::string& line, unsigned number) {
   line += std::to_string(number);
 }
-/// Six significant digits, with an exponent where that is shorter.
+/// Six significant digits, with an exponent where that is shorter, whatever locale a driver has
+/// set.
 inline void AppendValue(std::string& line, double number) {
   std::ostringstream text;
+  text.imbue(std::locale::classic());
   text << number;
   line += text.str();
 }

@@ -1,4 +1,5 @@
 #include <boost/make_shared.hpp>
+#include <locale>
 #include <sstream>
 #include <string_view>
 
@@ -58,6 +59,7 @@ std::string nameOf(const Platform& platform) {
 bool isWanted(const Platform& platform) {
   if (!ActiveSwitches().Steer()) return true;
   std::ostringstream identity;
+  identity.imbue(std::locale::classic());
   identity << platform.handle();
   return ActiveSwitches().AdmitsPart(nameOf(platform), identity.str());
 }

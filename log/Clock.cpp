@@ -7,6 +7,7 @@
 #include <boost/format.hpp>
 #include <cmath>
 #include <ctime>
+#include <locale>
 
 #include "log/LogPort.h"
 
@@ -87,7 +88,7 @@ LocalTimeFields localTimeOfUtc(std::int64_t microseconds) {
 }
 
 std::string formatTimeStamp(const LocalTimeFields& time) {
-  return (boost::format("%04d-%02d-%02d %02d:%02d:%06.3f") % time.year % time.month % time.day %
-          time.hour % time.minute % time.seconds)
+  return (boost::format("%04d-%02d-%02d %02d:%02d:%06.3f", std::locale::classic()) % time.year %
+          time.month % time.day % time.hour % time.minute % time.seconds)
       .str();
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <locale>
 #include <sstream>
 #include <string>
 
@@ -41,6 +42,7 @@ class Diagnostic {
   [[gnu::noinline, gnu::cold]] void build(const Pieces&... pieces) const noexcept {
     try {
       std::ostringstream text;
+      text.imbue(std::locale::classic());
       (text << ... << pieces);
       write(text.str());
     } catch (...) {

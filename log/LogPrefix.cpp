@@ -3,6 +3,7 @@
 #include <boost/format.hpp>
 #include <boost/thread/lock_types.hpp>
 #include <boost/thread/recursive_mutex.hpp>
+#include <locale>
 #include <map>
 
 #include "log/Fmt.h"
@@ -25,7 +26,7 @@ Registry& registry() {
 
 template <class T>
 std::string formatted(const char* format, const T& value) {
-  return (boost::format(format) % value).str();
+  return (boost::format(format, std::locale::classic()) % value).str();
 }
 
 // A run of fields of which any may be missing: each brings the separator that the one before left.

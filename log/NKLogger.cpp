@@ -1,6 +1,7 @@
 #include "log/NKLogger.h"
 
 #include <algorithm>
+#include <locale>
 #include <sstream>
 
 #include "log/Clock.h"
@@ -169,6 +170,7 @@ LogScope::~LogScope() {
     const LoggingLock lock;
     nkutil::required(currentLogger()).outdent();
     std::ostringstream text;
+    text.imbue(std::locale::classic());
     text << "END " << fName << ", duration=" << duration;
     log(text.str());
   } catch (...) {

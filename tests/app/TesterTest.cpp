@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include <cstdlib>
+#include <locale>
 #include <regex>
 #include <set>
 
@@ -55,6 +56,20 @@ TEST(TesterTest, ProgrammedFailuresAtEveryStep) {
     if (contains(line, "Num")) line.back() = '0';
   sweep();
   TestApp::hasOCL = true;
+}
+
+TEST(TesterTest, NumbersAndTimesInADriversLocale) {
+  struct Commas : std::numpunct<char> {
+    char do_decimal_point() const override { return ','; }
+    std::string do_grouping() const override { return "\1"; }
+  };
+  const std::locale before = std::locale::global({std::locale(), new Commas});
+  playGoldenMachine();
+  expectRun(goldenLines("report"), RehearsedRun::kNever, RehearsedRun::kNever);
+  TestApp app;
+  EXPECT_EQ(app.CreateTester()->GPUSnifferTester::GetTimeString().size(), 19U);
+  EXPECT_EQ(formatTimeStamp({2026, 1, 4, 7, 5, 3.125}), "2026-01-04 07:05:03.125");
+  std::locale::global(before);
 }
 
 TEST(TesterTest, SingleQuestions) {

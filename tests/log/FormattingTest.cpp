@@ -54,7 +54,6 @@ TEST(Fmt, NewestPolicyIsCurrent) {
 }
 
 TEST(Clock, AgreesWithTheSystem) {
-  EXPECT_EQ(formatTimeStamp({2026, 1, 4, 7, 5, 3.125}), "2026-01-04 07:05:03.125");
   const std::time_t now = std::time(nullptr);
   char text[40];
   std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S.000", std::localtime(&now));

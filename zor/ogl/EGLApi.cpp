@@ -1,6 +1,6 @@
 #include "zor/ogl/EGLApi.h"
 
-#include <iomanip>
+#include <locale>
 #include <sstream>
 #include <string_view>
 
@@ -29,6 +29,7 @@ EGLApi::EGLApi() : fLibrary("libEGL.so.1") {
 void EGLApi::fail(const char* call) const {
   const EGLint error = eglGetError();
   std::ostringstream text;
+  text.imbue(std::locale::classic());
   text << call << ": ";
   if (error >= EGL_SUCCESS && error <= EGL_CONTEXT_LOST)
     text << kErrorNames[error - EGL_SUCCESS];
