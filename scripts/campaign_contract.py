@@ -15,7 +15,8 @@ Run = collections.namedtuple("Run", "code out err struck ended seconds left star
 # answers: through gpureport, its JSON.
 Healthy = collections.namedtuple("Healthy", "lines calls answers")
 
-MEASURED = re.compile(rb"^(sniffer(Start|End)|\w+\[\d+\]\.CL(Bandwidth|Compute))=.*")
+MEASURED = re.compile(rb"^(sniffer(?:Start|End)|\w+\[\d+\]\.CL(?:Bandwidth|Compute))="
+                      rb'(?:"\d{4}-\d\d-\d\d_\d\d:\d\d:\d\d"|-?(?:[\d.]+(?:e[-+]\d+)?|inf|nan))$')
 LINE = re.compile(rb"^(# .*|[A-Za-z]\w*(\[\d+\])?(\.[^=]+)?=.*)$", re.DOTALL)
 CRASH_LINE = re.compile(rb"^crash: .+\n", re.MULTILINE)
 
