@@ -188,24 +188,31 @@ Answer FieldAnswer(const Gpu& gpu, std::string_view path) {
 
 std::string IsoDate(const std::string& date) {
   // No regular expressions: they cost each run of the tool half a millisecond.
+  constexpr int kManagementSize = 25;
   const int size = static_cast<int>(date.size());
   char year[5] = "";
   char month[4] = "";
   char day[3] = "";
   int end = 0;
-  std::optional<std::string> iso;
-  if (std::sscanf(date.c_str(), "%2[0-9]%*1[-/]%2[0-9]%*1[-/]%4[0-9]%n", month, day, year, &end) ==
-          3 &&
-      end == size)
-    iso = isoDay(year, std::atoi(month), day);
-  else if (constexpr int kManagementSize = 25;
-           std::sscanf(date.c_str(), "%4[0-9]%2[0-9]%2[0-9]%*6[0-9].%*6[0-9]%*1[-+]%*3[0-9]%n",
+  const auto isMonthFirst = [&] {
+    return std::sscanf(date.c_str(), "%2[0-9]%*1[-/]%2[0-9]%*1[-/]%4[0-9]%n", month, day, year,
+                       &end) == 3 &&
+           end == size;
+  };
+  const auto isManagement = [&] {
+    return std::sscanf(date.c_str(), "%4[0-9]%2[0-9]%2[0-9]%*6[0-9].%*6[0-9]%*1[-+]%*3[0-9]%n",
                        year, month, day, &end) == 3 &&
-           end == kManagementSize && end == size)
-    iso = isoDay(year, std::atoi(month), day);
-  else if (std::sscanf(date.c_str(), "%*1[A-Z]%*2[a-z] %3[A-Za-z] %2[0-9] %*8[0-9:] %n", month, day,
+           end == size && end == kManagementSize;
+  };
+  const auto isUnix = [&] {
+    return std::sscanf(date.c_str(), "%*1[A-Z]%*2[a-z] %3[A-Za-z] %2[0-9] %*8[0-9:] %n", month, day,
                        &end) == 2 &&
-           end > 0 && end + 4 <= size)
+           end > 0 && end + 4 <= size;
+  };
+  std::optional<std::string> iso;
+  if (isMonthFirst() || isManagement())
+    iso = isoDay(year, std::atoi(month), day);
+  else if (isUnix())
     iso = isoDay(date.c_str() + size - 4, monthNumber(month), day);
   return iso.value_or(date);
 }
