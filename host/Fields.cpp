@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <iterator>
 #include <limits>
 
@@ -205,9 +206,13 @@ std::string IsoDate(const std::string& date) {
            end == size && end == kManagementSize;
   };
   const auto isUnix = [&] {
-    return std::sscanf(date.c_str(), "%*1[A-Z]%*2[a-z] %3[A-Za-z] %2[0-9] %*8[0-9:] %n", month, day,
-                       &end) == 2 &&
-           end > 0 && end + 4 <= size;
+    char weekday[4] = "";
+    char hours[9] = "";
+    return std::sscanf(date.c_str(),
+                       "%1[A-Z]%2[a-z]%*1[ ]%1[A-Z]%2[a-z]%*[ ]%2[0-9]%*1[ ]%8[0-9:]%*1[ ]%n",
+                       weekday, weekday + 1, month, month + 1, day, hours, &end) == 6 &&
+           std::strlen(weekday) == 3 && std::strlen(month) == 3 && std::strlen(hours) == 8 &&
+           end > 0 && end + 4 <= size && size <= 64;
   };
   std::optional<std::string> iso;
   if (isMonthFirst() || isManagement())
